@@ -1,0 +1,152 @@
+#include "sane_backend.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+template <typename Fn>
+bool resolve(void* library, const std::string& manufacturer, const char* function, Fn& fn)
+{
+    const std::string symbol = "sane_" + manufacturer + "_" + function;
+    fn = reinterpret_cast<Fn>(dlsym(library, symbol.c_str()));
+    return fn != nullptr;
+}
+
+std::string valueText(const SANE_Option_Descriptor& d, const std::vector<char>& buf)
+{
+    auto word = [&](size_t i) {
+        SANE_Word w = 0;
+        std::copy_n(buf.data() + i * sizeof(SANE_Word), sizeof(SANE_Word),
+                    reinterpret_cast<char*>(&w));
+        return w;
+    };
+    const size_t words = std::max<size_t>(1, size_t(d.size) / sizeof(SANE_Word));
+    char text[64];
+    switch (d.type) {
+    case SANE_TYPE_BOOL:
+        return word(0) ? "yes" : "no";
+    case SANE_TYPE_INT:
+        std::snprintf(text, sizeof text, "%d", word(0));
+        break;
+    case SANE_TYPE_FIXED:
+        std::snprintf(text, sizeof text, "%.2f", SANE_UNFIX(word(0)));
+        break;
+    case SANE_TYPE_STRING:
+        return std::string(buf.data(), strnlen(buf.data(), buf.size()));
+    default:
+        return {};
+    }
+    std::string out = text;
+    if (words > 1)
+        out += " (+" + std::to_string(words - 1) + " more)";
+    return out;
+}
+
+} // namespace
+
+SaneBackend::~SaneBackend()
+{
+    if (m_handle)
+        m_api.sane_close(m_handle);
+    if (m_initialised)
+        m_api.sane_exit();
+    if (m_library)
+        dlclose(m_library);
+}
+
+bool SaneBackend::fail(const std::string& what)
+{
+    m_error = what;
+    return false;
+}
+
+bool SaneBackend::load(const std::string& path, const std::string& manufacturer)
+{
+    m_library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!m_library)
+        return fail("cannot load " + path);
+
+    const bool resolved = resolve(m_library, manufacturer, "init", m_api.sane_init)
+        && resolve(m_library, manufacturer, "exit", m_api.sane_exit)
+        && resolve(m_library, manufacturer, "get_devices", m_api.sane_get_devices)
+        && resolve(m_library, manufacturer, "open", m_api.sane_open)
+        && resolve(m_library, manufacturer, "close", m_api.sane_close)
+        && resolve(m_library, manufacturer, "get_option_descriptor", m_api.sane_get_option_descriptor)
+        && resolve(m_library, manufacturer, "control_option", m_api.sane_control_option)
+        && resolve(m_library, manufacturer, "get_parameters", m_api.sane_get_parameters)
+        && resolve(m_library, manufacturer, "start", m_api.sane_start)
+        && resolve(m_library, manufacturer, "read", m_api.sane_read)
+        && resolve(m_library, manufacturer, "cancel", m_api.sane_cancel)
+        && resolve(m_library, manufacturer, "set_io_mode", m_api.sane_set_io_mode)
+        && resolve(m_library, manufacturer, "get_select_fd", m_api.sane_get_select_fd)
+        && resolve(m_library, manufacturer, "strstatus", m_api.sane_strstatus);
+    if (!resolved)
+        return fail(path + " is not a SANE backend named \"" + manufacturer + "\"");
+
+    SANE_Int version = 0;
+    const SANE_Status status = m_api.sane_init(&version, nullptr);
+    if (status != SANE_STATUS_GOOD)
+        return fail(std::string("init failed: ") + m_api.sane_strstatus(status));
+    m_initialised = true;
+    return true;
+}
+
+bool SaneBackend::open(const std::string& device)
+{
+    const SANE_Status status = m_api.sane_open(device.c_str(), &m_handle);
+    if (status != SANE_STATUS_GOOD) {
+        m_handle = nullptr;
+        return fail("cannot open " + device + ": " + m_api.sane_strstatus(status));
+    }
+    return true;
+}
+
+std::vector<std::string> SaneBackend::devices() const
+{
+    std::vector<std::string> names;
+    const SANE_Device** list = nullptr;
+    if (m_api.sane_get_devices(&list, SANE_TRUE) == SANE_STATUS_GOOD && list) {
+        for (; *list; ++list)
+            names.emplace_back((*list)->name);
+    }
+    return names;
+}
+
+std::vector<OptionSummary> SaneBackend::options() const
+{
+    std::vector<OptionSummary> result;
+    const SANE_Option_Descriptor* first = m_api.sane_get_option_descriptor(m_handle, 0);
+    if (!first)
+        return result;
+    std::vector<char> countBuf(std::max<size_t>(sizeof(SANE_Int), first->size), 0);
+    if (m_api.sane_control_option(m_handle, 0, SANE_ACTION_GET_VALUE, countBuf.data(), nullptr)
+        != SANE_STATUS_GOOD)
+        return result;
+    SANE_Int count = 0;
+    std::copy_n(countBuf.data(), sizeof count, reinterpret_cast<char*>(&count));
+
+    for (SANE_Int n = 1; n < count; ++n) {
+        const SANE_Option_Descriptor* d = m_api.sane_get_option_descriptor(m_handle, n);
+        if (!d || d->type == SANE_TYPE_GROUP)
+            continue;
+        OptionSummary option;
+        option.number = n;
+        option.name = d->name ? d->name : "";
+        option.title = d->title ? d->title : "";
+        option.type = d->type;
+        option.active = SANE_OPTION_IS_ACTIVE(d->cap);
+        if (option.active && d->type != SANE_TYPE_BUTTON && d->size > 0) {
+            // Never smaller than the descriptor says: arrays and long strings exist.
+            std::vector<char> value(size_t(d->size) + 1, 0);
+            if (m_api.sane_control_option(m_handle, n, SANE_ACTION_GET_VALUE, value.data(), nullptr)
+                == SANE_STATUS_GOOD)
+                option.value = valueText(*d, value);
+        }
+        result.push_back(std::move(option));
+    }
+    return result;
+}

@@ -1,0 +1,34 @@
+// libVelTwainUI loaded at run time, with its exports resolved.
+#ifndef VELSCAN_TWAINUI_LIBRARY_H
+#define VELSCAN_TWAINUI_LIBRARY_H
+
+#include <veltwainui/twainui.h>
+
+#include <string>
+
+class TwainUiLibrary
+{
+public:
+    // The library is never unloaded: its UI thread may run until the process ends.
+    TwainUiLibrary() = default;
+    TwainUiLibrary(const TwainUiLibrary&) = delete;
+    TwainUiLibrary& operator=(const TwainUiLibrary&) = delete;
+
+    // Loads the library and resolves every export; false with error() set otherwise.
+    bool load(const std::string& path);
+    const std::string& error() const { return m_error; }
+
+    decltype(&::show_messagebox_ui) show_messagebox_ui = nullptr;
+    decltype(&::close_ui) close_ui = nullptr;
+    decltype(&::pump_ui_message) pump_ui_message = nullptr;
+    decltype(&::twain_ui_free) twain_ui_free = nullptr;
+
+private:
+    template <typename Fn>
+    bool resolve(Fn& fn, const char* name);
+
+    void* m_handle = nullptr;
+    std::string m_error;
+};
+
+#endif

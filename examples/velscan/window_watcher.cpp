@@ -1,0 +1,70 @@
+#include "window_watcher.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QImage>
+#include <QThread>
+
+namespace {
+constexpr int kTickMs = 100;
+// Give a new window time to lay itself out and paint before the shot.
+constexpr int kSettleMs = 400;
+}
+
+void runOnAppThread(const std::function<void()>& fn)
+{
+    QObject* app = QCoreApplication::instance();
+    if (app->thread() == QThread::currentThread())
+        fn();
+    else
+        QMetaObject::invokeMethod(app, fn, Qt::BlockingQueuedConnection);
+}
+
+WindowWatcher::WindowWatcher(QString screenshotDir, int autoCloseMs)
+    : m_dir(std::move(screenshotDir))
+    , m_autoCloseMs(autoCloseMs)
+{
+    if (!m_dir.isEmpty())
+        QDir().mkpath(m_dir);
+}
+
+void WindowWatcher::start()
+{
+    moveToThread(QCoreApplication::instance()->thread());
+    runOnAppThread([this] {
+        m_timer = new QTimer(this);
+        connect(m_timer, &QTimer::timeout, this, &WindowWatcher::onTick);
+        m_timer->start(kTickMs);
+        onTick();
+    });
+}
+
+void WindowWatcher::onTick()
+{
+    m_clock += kTickMs;
+    std::map<const QWidget*, Seen> current;
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (!w->isVisible())
+            continue;
+        const auto known = m_windows.find(w);
+        Seen& seen = current[w] = known != m_windows.end() ? known->second : Seen{m_clock, false};
+        const qint64 age = m_clock - seen.since;
+        if (!seen.shot && age >= kSettleMs && !m_dir.isEmpty()) {
+            const QString name = QString("%1-%2.png").arg(++m_shots, 2, 10, QChar('0'))
+                                     .arg(QString::fromLatin1(w->metaObject()->className()));
+            w->grab().toImage().save(QDir(m_dir).filePath(name));
+            seen.shot = true;
+        }
+        if (m_autoCloseMs >= 0 && age >= kSettleMs + m_autoCloseMs) {
+            if (auto* dialog = qobject_cast<QDialog*>(w))
+                dialog->done(QDialog::Accepted);
+            else
+                w->close();
+        }
+    }
+    m_windows = std::move(current);
+    m_visible = int(m_windows.size());
+    if (m_visible > 0)
+        m_seenAny = true;
+}
