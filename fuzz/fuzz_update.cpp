@@ -1,0 +1,81 @@
+// Converts an old single-file configuration ("scanner.schm") from any content,
+// in a directory of its own that is emptied after every run.
+#include "gb_json.h"
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class ScratchDir
+{
+public:
+    ScratchDir()
+    {
+        std::string pattern = fs::temp_directory_path().string() + "/fuzz_update.XXXXXX";
+        if (mkdtemp(pattern.data()))
+            m_path = pattern;
+    }
+    ~ScratchDir()
+    {
+        std::error_code ec;
+        if (!m_path.empty())
+            fs::remove_all(m_path, ec);
+    }
+    std::string file(const char* name) const { return m_path + "/" + name; }
+
+    void empty() const
+    {
+        std::error_code ec;
+        for (const auto& entry : fs::directory_iterator(m_path, ec))
+            fs::remove_all(entry.path(), ec);
+    }
+
+private:
+    std::string m_path;
+};
+
+const ScratchDir& scratch()
+{
+    static const ScratchDir dir;
+    return dir;
+}
+
+// Old values were decimal text; keep the text as the value bytes.
+void transNumber(const char*, std::string&, void*) {}
+
+const char* titleToName(const char* title, void*)
+{
+    static std::string name;
+    name = std::string("opt-") + title;
+    return name.c_str();
+}
+
+bool writeFile(const std::string& path, const uint8_t* data, size_t size)
+{
+    FILE* f = std::fopen(path.c_str(), "wb");
+    if (!f)
+        return false;
+    const bool ok = std::fwrite(data, 1, size, f) == size;
+    return std::fclose(f) == 0 && ok;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const std::string file = scratch().file("scanner.schm");
+    if (!writeFile(file, data, size))
+        return 0;
+    gb::scanner_cfg::_update_func func = {transNumber, titleToName, nullptr};
+    gb::scanner_cfg::update(file.c_str(), &func);
+    scratch().empty();
+    return 0;
+}
