@@ -32,10 +32,9 @@ int ZyBase_SetEvent(ZyEvent event)
 {
     if (!event)
         return EINVAL;
-    {
-        const std::lock_guard<std::mutex> lock(event->mutex);
-        event->signalled = true;
-    }
+    // Notified under the lock: a woken waiter may destroy the event as soon as it returns.
+    const std::lock_guard<std::mutex> lock(event->mutex);
+    event->signalled = true;
     if (event->manualReset)
         event->changed.notify_all();
     else
