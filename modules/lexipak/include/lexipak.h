@@ -12,16 +12,22 @@
 extern "C" {
 #endif
 
-// 936 for zh_CN/zh_SG, 950 for zh_TW/zh_HK/zh_MO, else 1252; read from the
-// process locale (LC_ALL, LC_MESSAGES, LANG) unless a code page was set.
+// 936 for zh_CN/zh_SG/zh_Hans, 950 for zh_TW/zh_HK/zh_MO/zh_Hant, else 1252.
+// Read from the locale the process set (setlocale, LC_MESSAGES) or, when it set
+// none, from the environment (LC_ALL, LC_MESSAGES, LANG), unless a code page was
+// fixed with lang_set_code_page. Evaluated on every call.
 LEXIPAK_API int lang_get_cur_code_page(void);
-// Test and host seam: fixes the code page (0 returns to the process locale).
+// Test and host seam: fixes the code page (0 or less returns to the locale).
 LEXIPAK_API void lang_set_code_page(int code_page);
 
-// Driver text (UTF-8 Chinese) in the user's language; unknown texts come back
-// as the same pointer. The result stays valid for the life of the process.
+// Driver text (UTF-8 Simplified Chinese) in the user's language: unchanged for
+// 936, Traditional Chinese for 950, English otherwise. Unknown texts, and all
+// texts under 936, come back as the same pointer; null gives null. The result
+// stays valid for the life of the process.
 LEXIPAK_API const char* from_default_language(const char* text);
-// The reverse: a text in the user's language back to the driver's Chinese.
+// The reverse: an English or Traditional Chinese text back to the driver's
+// Simplified Chinese, whatever the code page. Simplified and unknown texts come
+// back as the same pointer; null gives null.
 LEXIPAK_API const char* to_default_language(const char* text);
 
 #ifdef __cplusplus
