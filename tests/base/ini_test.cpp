@@ -117,12 +117,18 @@ TEST_F(IniTest, IntegersAreParsedFromTheStoredText)
     ASSERT_EQ(set("n", "word", "twelve"), 0);
     ASSERT_EQ(set("n", "mixed", "12abc"), 0);
     ASSERT_EQ(set("n", "huge", "99999999999"), 0);
+    ASSERT_EQ(set("n", "leadingZero", "010"), 0);
+    ASSERT_EQ(set("n", "hex", "0x1A"), 0);
+    ASSERT_EQ(set("n", "padded", " 42 "), 0);
     EXPECT_EQ(getInt("n", "negative", 0), -2);
     EXPECT_EQ(getInt("n", "max", 0), 2147483647);
     EXPECT_EQ(getInt("n", "text", 0), 12);
     EXPECT_EQ(getInt("n", "word", 5), 5);
     EXPECT_EQ(getInt("n", "mixed", 5), 5);
     EXPECT_EQ(getInt("n", "huge", 5), 5);
+    EXPECT_EQ(getInt("n", "leadingZero", 5), 10);
+    EXPECT_EQ(getInt("n", "hex", 5), 5);
+    EXPECT_EQ(getInt("n", "padded", 5), 42);
     EXPECT_EQ(get("n", "negative"), "-2");
 }
 

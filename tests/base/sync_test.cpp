@@ -196,10 +196,19 @@ TEST_F(ThreadTest, WaitTimesOutWhileRunningAndSucceedsAfterwards)
 
 TEST_F(ThreadTest, ClosingTheHandleLetsARunningThreadFinish)
 {
+    // Should closing wait for the thread, this opens the gate late instead of never.
+    std::thread safetyNet([this] {
+        ZyBase_WaitEvent(m_gate.release, 2000);
+        ZyBase_SetEvent(m_gate.release);
+    });
     ZyThread thread = nullptr;
     ASSERT_EQ(ZyBase_OpenThread(gatedProc, &m_gate, &thread), 0);
+    const auto start = Clock::now();
     EXPECT_EQ(ZyBase_CloseThread(thread), 0);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(m_gate.runs.load(), 0);
     ZyBase_SetEvent(m_gate.release);
+    safetyNet.join();
     EXPECT_EQ(ZyBase_WaitEvent(m_gate.finished, 5000), 0);
     EXPECT_EQ(m_gate.runs.load(), 1);
 }

@@ -17,8 +17,6 @@
 #include <mutex>
 #include <string>
 
-extern char* program_invocation_short_name;
-
 namespace {
 
 constexpr int kAllLevels = ZYBASE_LOG_ERROR | ZYBASE_LOG_WARNING | ZYBASE_LOG_INFO | ZYBASE_LOG_DEBUG;
