@@ -5,10 +5,12 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 struct ZyImage_
 {
