@@ -78,21 +78,6 @@ SANE_Status read_described(const _sane_api& api, SANE_Handle handle, SANE_Int n,
     return status;
 }
 
-// Minimal bytes of one row for the base library's image types.
-long long minimal_stride(int type, long long width)
-{
-    switch (type) {
-    case ZY_IMAGE_TYPE_BINARY:
-        return (width + 7) / 8;
-    case ZY_IMAGE_TYPE_GRAY:
-        return width;
-    case ZY_IMAGE_TYPE_RGB:
-        return width * 3;
-    default:
-        return 0;
-    }
-}
-
 } // namespace
 
 int FindFunctions(ZyDll* dll, const char* manufacturer, _sane_api* api)
@@ -285,12 +270,10 @@ int SaneImageToZyImage(const SANE_Image* image, ZyImage* out)
         return EINVAL;
     *out = nullptr;
     ZyImageInfo info;
-    if (DescribeSaneImage(image, &info) != 0 || !image->data)
+    if (DescribeSaneImage(image, &info) != 0)
         return EINVAL;
-    if (info.width <= 0 || info.height <= 0 || info.type == ZY_IMAGE_TYPE_UNKNOWN)
-        return EINVAL;
-    if (info.stride < minimal_stride(info.type, info.width))
-        return EINVAL;
+    // The base library refuses type 0, an empty size, null pixels and rows
+    // shorter than the width needs.
     return ZyBase_CreateImageWithData(info.width, info.height, info.type, info.stride,
                                       info.origin, image->data, out);
 }

@@ -132,7 +132,8 @@ int DescribeSaneImage(const SANE_Image* image, ZyImageInfo* info);
 // Wraps the host's pixels in a base-library image without copying; the image
 // must not outlive image->data. EINVAL for a null argument, null pixels, an
 // empty or negative size, a row stride too short for the width, or a frame of
-// unknown type (there is no pixel layout to read it by); then *out is null.
+// unknown type (there is no pixel layout to read it by), as the base library
+// refuses them; then *out is null.
 int SaneImageToZyImage(const SANE_Image* image, ZyImage* out);
 
 #endif

@@ -1212,10 +1212,9 @@ SANE_Status sane_fake_control_option(SANE_Handle handle, SANE_Int n, SANE_Action
     SANE_Int answer = 0;
     SANE_Status status = SANE_STATUS_GOOD;
     result scripted{SANE_STATUS_GOOD, 0};
-    const bool have_script = take_result(s, n, action, &scripted);
     if (!valid_handle(s, handle)) {
         status = SANE_STATUS_INVAL;
-    } else if (have_script && scripted.status != SANE_STATUS_GOOD) {
+    } else if (take_result(s, n, action, &scripted) && scripted.status != SANE_STATUS_GOOD) {
         status = scripted.status;
         answer = scripted.info;
     } else {
