@@ -131,8 +131,9 @@ TEST(FindFunctions, MissingInitFillsNothingElse)
     EXPECT_EQ(FindFunctions(partial.get(), "noinit", &api), ENOENT);
     EXPECT_EQ(api.sane_init, nullptr);
     for (std::size_t position = 0; position < 15; ++position) {
-        if (position != INIT)
+        if (position != INIT) {
             EXPECT_TRUE(untouched(api, position)) << position;
+        }
     }
 }
 

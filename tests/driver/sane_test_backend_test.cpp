@@ -83,7 +83,7 @@ TEST_F(sane_test_backend, OptionsReadThroughTheTable)
 
     SANE_Int version = 0;
     {
-        const backend_allocations_kept kept;
+        [[maybe_unused]] const backend_allocations_kept kept;
         ASSERT_EQ(api.sane_init(&version, nullptr), SANE_STATUS_GOOD);
     }
     EXPECT_EQ(SANE_VERSION_MAJOR(version), SANE_CURRENT_MAJOR);
@@ -121,8 +121,9 @@ TEST_F(sane_test_backend, OptionsReadThroughTheTable)
             continue;
         ASSERT_EQ(read_option_value(api, handle, n, value), SANE_STATUS_GOOD) << d->name;
         EXPECT_EQ(value.size(), static_cast<std::size_t>(std::max<SANE_Int>(d->size, 4))) << d->name;
-        if (d->type == SANE_TYPE_STRING)
+        if (d->type == SANE_TYPE_STRING) {
             EXPECT_NE(std::memchr(value.data(), 0, value.size()), nullptr) << d->name;
+        }
         if (d->type == SANE_TYPE_INT && d->size > static_cast<SANE_Int>(sizeof(SANE_Word)))
             ++arrays;
     }

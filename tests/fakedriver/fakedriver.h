@@ -16,11 +16,13 @@
  *  - GET_VALUE copies the option's value (strings up to their terminator);
  *    reading an inactive option is allowed.
  *  - SET_VALUE is refused with SANE_STATUS_INVAL for an inactive option, one
- *    without SANE_CAP_SOFT_SELECT, or a string outside its string list. A value
+ *    without SANE_CAP_SOFT_SELECT, a bool other than 0 or 1, or a string
+ *    outside its string list. A value
  *    outside a range or word list is brought to the nearest allowed value (range
  *    clamped and snapped to quant), written back into the caller's buffer and
  *    answered with SANE_INFO_INEXACT. Pressing a button named "restore" returns
- *    every option to its default and answers SANE_INFO_RELOAD_OPTIONS.
+ *    every option to its default and answers SANE_INFO_RELOAD_OPTIONS |
+ *    SANE_INFO_RELOAD_PARAMS; other buttons only answer.
  *  - SET_AUTO sets the default when the option has SANE_CAP_AUTOMATIC.
  *  - Action 100 (SANE_ACTION_GET_DEFAULT_VALUE) copies the default value.
  *  - Option numbers without a descriptor answer SANE_STATUS_INVAL, unless a
@@ -180,7 +182,8 @@ FAKEDRIVER_API void fakedriver_restore_defaults(void);
 /* A get copies the stored bytes into the caller's buffer (a text with its
  * terminator); a set stores as many bytes as the option holds now (a data
  * record keeps its length, a word reads 4 bytes, a text reads up to its
- * terminator, at most 4096 bytes). */
+ * terminator, at most 4096 bytes). Like a real driver, a set of the 1312-byte
+ * tone curve reads 1312 bytes whatever the caller's buffer holds. */
 FAKEDRIVER_API void fakedriver_set_private_data(int option, const void* data, size_t size);
 FAKEDRIVER_API void fakedriver_set_private_word(int option, SANE_Word value);
 FAKEDRIVER_API void fakedriver_set_private_text(int option, const char* text);
@@ -272,8 +275,10 @@ typedef struct fakedriver_call {
     int info_given;                 /* the caller passed an info pointer */
     int value_given;                /* the caller passed a value buffer */
     size_t value_size;
-    const unsigned char* value;     /* set: the bytes the driver took; get: the bytes it
-                                       wrote; valid until the log is cleared */
+    const unsigned char* value;     /* set: the bytes the caller sent, as far as the option's
+                                       size reaches (a string up to its terminator); get: the
+                                       bytes the driver wrote; null when none; valid until
+                                       the log is cleared */
 } fakedriver_call;
 
 /* Calls of every entry point except get_option_descriptor and strstatus. */
