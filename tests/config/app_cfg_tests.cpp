@@ -188,7 +188,9 @@ TEST_F(DefaultIni, RemoveSectionDropsThatSectionOnly)
 TEST_F(DefaultIni, GivesUpWhenTheDirectoryDoesNotFitThePathBuffer)
 {
     // 600 bytes of home directory cannot fit the 512-byte path buffer.
-    const std::string longHome = m_home + "/" + std::string(600, 'h');
+    std::string longHome = m_home;
+    for (int i = 0; i < 6; ++i)
+        longHome += "/" + std::string(99, 'h');
     ASSERT_EQ(ZyBase_SetHomeDir(longHome.c_str()), 0);
     saveDefaultCfgValue("default", "resolution", 300);
     saveDefaultCfgValue("default", "mode", QString("Color"));
