@@ -238,7 +238,9 @@ public:
 
     static std::string user_default_scheme_name();
     // Converts the single configuration file of older releases into one file
-    // per device beside it, then renames it with "_bk" appended.
+    // per device beside it, then renames it with "_bk" appended. 0, 22 when
+    // the old content is not in the expected form (nothing is written then),
+    // else the system error number of the failed read, save or rename.
     static int update(const char* file, _update_func* func);
 
 protected:
