@@ -34,6 +34,14 @@ cmake --build "$build" --target "${targets[@]}" -j2
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 
+# Targets that write files do it in TMPDIR; keep that in memory where possible,
+# since every write is flushed to disk.
+memdir=/dev/shm
+[ -w "$memdir" ] || memdir=${TMPDIR:-/tmp}
+scratch=$(mktemp -d -p "$memdir" vel-fuzz.XXXXXX)
+trap 'rm -rf "$scratch"' EXIT
+export TMPDIR=$scratch
+
 status=0
 summary=()
 for target in "${targets[@]}"; do
