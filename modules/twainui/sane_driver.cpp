@@ -91,7 +91,11 @@ int FindFunctions(ZyDll* dll, const char* manufacturer, _sane_api* api)
     for (const entry_point& entry : k_entry_points) {
         std::snprintf(symbol, sizeof(symbol), "sane_%s_%s", manufacturer, entry.name);
         void** slot = reinterpret_cast<void**>(reinterpret_cast<char*>(api) + entry.offset);
-        const int error = ZyBase_GetDllProcAddress(dll, symbol, slot);
+        int error = ZyBase_GetDllProcAddress(dll, symbol, slot);
+        // SANE backends export the status text under the standard's plain name
+        // only: it depends on no device, so any backend's will do.
+        if (error != 0 && entry.offset == offsetof(_sane_api, sane_strstatus))
+            error = ZyBase_GetDllProcAddress(dll, "sane_strstatus", slot);
         if (error != 0)
             return error;
     }
