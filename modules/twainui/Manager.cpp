@@ -83,18 +83,27 @@ void Manager::on_init()
 
 int Manager::showMessageBoxUi(void* parent, int kind, void* text, int flags)
 {
-    m_msgParent = parent;
-    m_msgKind = kind;
-    m_msgText = text ? static_cast<const char*>(text) : "";
-    m_msgFlags = flags;
+    {
+        const std::lock_guard<std::mutex> lock(m_requestMutex);
+        m_msgParent = parent;
+        m_msgKind = kind;
+        m_msgText = text ? static_cast<const char*>(text) : "";
+        m_msgFlags = flags;
+    }
     emit createMessageBoxUi(nullptr);
     return 0;
 }
 
 void Manager::on_createMessageBoxUi(void*)
 {
-    QMessageBox box(QMessageBox::Critical, tr("Prompt"), QString::fromStdString(m_msgText),
-                    QMessageBox::Ok, ownerWidget(m_msgParent));
+    QString text;
+    void* owner = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(m_requestMutex);
+        text = QString::fromStdString(m_msgText);
+        owner = m_msgParent;
+    }
+    QMessageBox box(QMessageBox::Critical, tr("Prompt"), text, QMessageBox::Ok, ownerWidget(owner));
     box.setWindowFlags(Qt::WindowFlags(kMessageBoxFlags));
     box.exec();
 }
@@ -121,6 +130,7 @@ void Manager::on_deleteMessageBoxUi(void*)
 
 void Manager::clear_functions()
 {
+    const std::lock_guard<std::mutex> lock(m_requestMutex);
     m_settingCallback = nullptr;
     m_progressCallback = nullptr;
     m_settingNotify = nullptr;

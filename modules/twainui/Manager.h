@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QTranslator>
 
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -98,6 +99,10 @@ private:
     std::string m_saneManuName;
 
     int m_abnormalResult = 0;
+
+    // Host threads write the request fields while the UI thread reads them; a
+    // torn string would crash, so each hand-over holds this briefly.
+    std::mutex m_requestMutex;
 };
 
 #endif

@@ -135,29 +135,30 @@ TEST_F(OwnThread, HostThreadsCloseWhileTheUiThreadIsBusy)
     show_messagebox_ui(nullptr, 0, "busy", 0);
     ASSERT_TRUE(waitFor([] { return openBoxes().size() == 1; }));
 
-    std::atomic<bool> stop{false};
+    std::atomic<int> running{4};
     std::vector<std::thread> hosts;
     for (int seed = 1; seed <= 4; ++seed) {
-        hosts.emplace_back([seed, &stop] {
+        hosts.emplace_back([seed, &running] {
             std::mt19937 rng(seed);
             const int choices[] = {0, 1, 2, 3, 4, 7, -1};
-            while (!stop) {
+            for (int call = 0; call < 300; ++call) {
                 close_ui(choices[rng() % 7]);
-                if (rng() % 8 == 0)
+                if (call % 100 == 0)
                     show_messagebox_ui(nullptr, 0, "more", 0);
                 pump_ui_message(); // from a thread without an event loop of its own
+                std::this_thread::sleep_for(std::chrono::microseconds(rng() % 500));
             }
+            --running;
         });
     }
     // Meanwhile the UI thread keeps answering the user: close a box now and then.
-    for (int round = 0; round < 40; ++round) {
+    while (running > 0) {
         onUiThread([] {
-            if (QWidget* w = QApplication::activeModalWidget())
-                qobject_cast<QDialog*>(w) ? qobject_cast<QDialog*>(w)->done(0) : w->close();
+            if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
+                dialog->done(0);
         });
         QThread::msleep(5);
     }
-    stop = true;
     for (auto& t : hosts)
         t.join();
 
