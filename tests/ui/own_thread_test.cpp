@@ -22,16 +22,21 @@ protected:
     {
         if (!QCoreApplication::instance())
             return;
-        // Leave no box behind for the next export to nest into.
-        waitFor([] {
-            bool none = false;
+        // The process may only end once the UI thread is idle: exit handlers
+        // tear down Qt's globals while that thread would still use them.
+        const bool idle = waitFor([] {
+            bool none = true;
             onUiThread([&] {
-                for (QMessageBox* box : visibleMessageBoxes())
-                    box->done(QMessageBox::Ok);
-                none = visibleMessageBoxes().isEmpty();
+                for (QWidget* w : QApplication::topLevelWidgets()) {
+                    if (auto* box = qobject_cast<QMessageBox*>(w)) {
+                        box->done(QMessageBox::Ok);
+                        none = false; // gone only once its exec has unwound
+                    }
+                }
             });
             return none;
         });
+        EXPECT_TRUE(idle);
     }
 
     // Title and text of the open boxes, read on the UI thread.
