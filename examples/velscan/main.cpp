@@ -27,7 +27,7 @@ struct Options {
     std::string library = VELSCAN_DEFAULT_LIBRARY;
     std::string backend = "/usr/lib/x86_64-linux-gnu/sane/libsane-test.so.1";
     std::string manufacturer = "test";
-    std::string device = "test:0";
+    std::string device; // empty: the first device the backend lists
     std::string screenshots;
     int autoCloseMs = -1;
 };
@@ -121,8 +121,12 @@ int main(int argc, char** argv)
     }
 
     SaneBackend backend;
-    const bool opened = backend.load(options.backend, options.manufacturer)
-        && backend.open(options.device);
+    bool opened = backend.load(options.backend, options.manufacturer);
+    if (opened && options.device.empty()) {
+        const auto devices = backend.devices();
+        options.device = devices.empty() ? std::string() : devices.front();
+    }
+    opened = opened && backend.open(options.device);
     const std::string report = opened ? describe(backend, options.device)
                                       : "velscan: " + backend.error();
     std::printf("%s\n", report.c_str());

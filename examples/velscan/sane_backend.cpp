@@ -82,9 +82,14 @@ bool SaneBackend::load(const std::string& path, const std::string& manufacturer)
         && resolve(m_library, manufacturer, "read", m_api.sane_read)
         && resolve(m_library, manufacturer, "cancel", m_api.sane_cancel)
         && resolve(m_library, manufacturer, "set_io_mode", m_api.sane_set_io_mode)
-        && resolve(m_library, manufacturer, "get_select_fd", m_api.sane_get_select_fd)
-        && resolve(m_library, manufacturer, "strstatus", m_api.sane_strstatus);
-    if (!resolved)
+        && resolve(m_library, manufacturer, "get_select_fd", m_api.sane_get_select_fd);
+    // Backends export the status text under the standard's plain name only.
+    m_api.sane_strstatus = reinterpret_cast<decltype(m_api.sane_strstatus)>(
+        dlsym(m_library, ("sane_" + manufacturer + "_strstatus").c_str()));
+    if (!m_api.sane_strstatus)
+        m_api.sane_strstatus = reinterpret_cast<decltype(m_api.sane_strstatus)>(
+            dlsym(m_library, "sane_strstatus"));
+    if (!resolved || !m_api.sane_strstatus)
         return fail(path + " is not a SANE backend named \"" + manufacturer + "\"");
 
     SANE_Int version = 0;

@@ -17,6 +17,7 @@ namespace {
 std::atomic<Manager*> g_manager{nullptr};
 ZyThread g_hThread = nullptr;
 ZyEvent g_event = nullptr;
+std::atomic<bool> g_processExiting{false};
 
 void ThreadFunc(void*)
 {
@@ -29,8 +30,24 @@ void ThreadFunc(void*)
 
     QApplication::exec();
 
+    // Some of Qt's globals may already be gone when the process is exiting;
+    // the memory goes with the process anyway.
+    if (g_processExiting)
+        return;
     delete g_manager.exchange(nullptr);
     delete app;
+}
+
+// At process exit the UI thread must stand still before the exit handlers tear
+// down Qt's globals under it: its loop is ended and it returns at once.
+void stopUiThread()
+{
+    if (!g_hThread || !QCoreApplication::instance())
+        return;
+    g_processExiting = true;
+    QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                              Qt::QueuedConnection);
+    ZyBase_WaitThread(g_hThread, 5000);
 }
 
 void Init()
@@ -45,6 +62,7 @@ void Init()
         return;
     }
 
+    std::atexit(stopUiThread);
     ZyBase_CreateEvent(1, 0, &g_event);
     ZyBase_OpenThread(ThreadFunc, nullptr, &g_hThread);
     ZyBase_WaitEvent(g_event, ZYBASE_INFINITE);
