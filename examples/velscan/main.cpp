@@ -115,7 +115,8 @@ int main(int argc, char** argv)
     }
 
     TwainUiLibrary ui;
-    if (!ui.load(options.library)) {
+    // An installed velscan finds the installed library through the search path.
+    if (!ui.load(options.library) && !ui.load("libVelTwainUI.so.1")) {
         std::fprintf(stderr, "velscan: %s\n", ui.error().c_str());
         return 1;
     }
