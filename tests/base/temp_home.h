@@ -2,45 +2,28 @@
 #ifndef BASE_TESTS_TEMP_HOME_H
 #define BASE_TESTS_TEMP_HOME_H
 
+#include "temp_dir.h"
+
 #include <ZyBase.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <system_error>
+
+using veltest::readFile;
+using veltest::writeFile;
 
 class TempHome
 {
 public:
-    TempHome()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velbase-test-XXXXXX").string();
-        if (mkdtemp(pattern.data()))
-            m_dir = pattern;
-        ZyBase_SetHomeDir(m_dir.c_str());
-    }
+    TempHome() { ZyBase_SetHomeDir(m_dir.path().c_str()); }
+    ~TempHome() { ZyBase_SetHomeDir(nullptr); }
 
-    ~TempHome()
-    {
-        ZyBase_SetHomeDir(nullptr);
-        std::error_code ignored;
-        std::filesystem::permissions(m_dir, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ignored);
-        std::filesystem::remove_all(m_dir, ignored);
-    }
-
-    TempHome(const TempHome&) = delete;
-    TempHome& operator=(const TempHome&) = delete;
-
-    const std::string& dir() const { return m_dir; }
-    std::string configDir() const { return m_dir + "/.VelmarScan/"; }
+    const std::string& dir() const { return m_dir.path(); }
+    std::string configDir() const { return dir() + "/.VelmarScan/"; }
 
 private:
-    std::string m_dir;
+    veltest::TempDir m_dir;
 };
 
 class HomeTest : public ::testing::Test
@@ -50,16 +33,5 @@ protected:
 
     TempHome m_home;
 };
-
-inline std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void writeFile(const std::string& path, const std::string& text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
 
 #endif

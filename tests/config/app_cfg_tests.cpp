@@ -2,6 +2,7 @@
 // directory of its own so that the user's real settings are never touched.
 #include "app_cfg.h"
 #include "ZyUIGlobal.h"
+#include "temp_dir.h"
 
 #include <ZyBase.h>
 
@@ -24,22 +25,16 @@ class TempHome : public ::testing::Test
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/app_cfg_tests.XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_home = pattern;
+        ASSERT_FALSE(m_dir.path().empty());
         ASSERT_EQ(ZyBase_SetHomeDir(m_home.c_str()), 0);
     }
 
-    void TearDown() override
-    {
-        ZyBase_SetHomeDir(nullptr);
-        std::error_code ec;
-        fs::remove_all(m_home, ec);
-    }
+    void TearDown() override { ZyBase_SetHomeDir(nullptr); }
 
     std::string cfgDir() const { return m_home + "/.VelmarScan/Cfg/"; }
 
-    std::string m_home;
+    veltest::TempDir m_dir;
+    const std::string m_home = m_dir.path();
 };
 
 std::string configPathOf(const char* home)

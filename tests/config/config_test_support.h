@@ -4,6 +4,7 @@
 #define CONFIG_TEST_SUPPORT_H
 
 #include "gb_json.h"
+#include "temp_dir.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -21,31 +22,7 @@ struct Releaser
 template <class T>
 using Ref = std::unique_ptr<T, Releaser>;
 
-// Removed with everything in it when the test ends.
-class TempDir
-{
-public:
-    TempDir()
-    {
-        char pattern[] = "/tmp/config_tests.XXXXXX";
-        if (mkdtemp(pattern))
-            m_path = std::string(pattern) + "/";
-    }
-    ~TempDir()
-    {
-        std::error_code ec;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, ec);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return m_path; }
-    std::string file(const std::string& name) const { return m_path + name; }
-
-private:
-    std::string m_path;
-};
+using TempDir = veltest::TempDir;
 
 // Runs the scope with the working directory set to dir.
 class ScopedChdir

@@ -2,6 +2,7 @@
 // writer process saves one configuration after another to the same path and is
 // killed at random moments; every time, the file has to hold one complete version.
 #include "gb_json.h"
+#include "temp_dir.h"
 
 #include <ZyBase.h>
 
@@ -32,29 +33,7 @@ constexpr int kKills = 50;
 constexpr int kVersions = 8;
 const int kSchemeCounts[kVersions] = {1, 400, 3, 150, 30, 800, 10, 60};
 
-class TempDir
-{
-public:
-    TempDir()
-    {
-        char pattern[] = "/tmp/crash_save_tests.XXXXXX";
-        if (mkdtemp(pattern))
-            m_path = pattern;
-    }
-    ~TempDir()
-    {
-        std::error_code ec;
-        if (!m_path.empty())
-            fs::remove_all(m_path, ec);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return m_path; }
-
-private:
-    std::string m_path;
-};
+using veltest::TempDir;
 
 // Drops one reference when it goes out of scope.
 template <class T>

@@ -55,7 +55,8 @@ TEST(LoadSaneDriver, MissingOrInvalidLibraryIsALoadFailure)
 {
     temp_dir folder;
     const std::string missing = folder.file("libsane-missing.so");
-    const std::string text = folder.write("libsane-junk.so", "this is not a shared library\n");
+    const std::string text = folder.file("libsane-junk.so");
+    veltest::writeFile(text, "this is not a shared library\n");
 
     for (const std::string& path : {missing, text}) {
         _sane_api api = marked_api();

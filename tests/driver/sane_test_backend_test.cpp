@@ -34,7 +34,7 @@ protected:
     {
         if (std::string(SANE_TEST_BACKEND).empty())
             GTEST_SKIP() << "libsane1's test backend is not installed";
-        m_config.write("test.conf", "number_of_devices 3\n"
+        veltest::writeFile(m_config.file("test.conf"), "number_of_devices 3\n"
                                     "mode Gray\n"
                                     "depth 8\n"
                                     "enable-test-options true\n");

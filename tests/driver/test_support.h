@@ -3,6 +3,7 @@
 #ifndef DRIVER_TEST_SUPPORT_H
 #define DRIVER_TEST_SUPPORT_H
 
+#include "temp_dir.h"
 #include "ZyBase.h"
 
 #include <gtest/gtest.h>
@@ -12,37 +13,7 @@
 #include <fstream>
 #include <string>
 
-class temp_dir
-{
-public:
-    temp_dir()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "veldrv-XXXXXX").string();
-        if (mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~temp_dir()
-    {
-        std::error_code ignored;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, ignored);
-    }
-    temp_dir(const temp_dir&) = delete;
-    temp_dir& operator=(const temp_dir&) = delete;
-
-    const std::string& path() const { return m_path; }
-    std::string file(const std::string& name) const { return m_path + "/" + name; }
-
-    std::string write(const std::string& name, const std::string& content) const
-    {
-        const std::string target = file(name);
-        std::ofstream(target, std::ios::binary) << content;
-        return target;
-    }
-
-private:
-    std::string m_path;
-};
+using temp_dir = veltest::TempDir;
 
 class private_home : public ::testing::Environment
 {
