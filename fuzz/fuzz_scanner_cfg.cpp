@@ -1,6 +1,7 @@
 // Loads a device configuration from any text (base64 or plain by the first byte);
 // whatever loads must be written back as text that loads again.
 #include "gb_json.h"
+#include "temp_dir.h"
 
 #include <unistd.h>
 
@@ -13,30 +14,9 @@
 namespace {
 
 // Unparsable text leaves err_cfg.txt beside the file; keep it in a directory of our own.
-class ScratchDir
+const veltest::TempDir& scratch()
 {
-public:
-    ScratchDir()
-    {
-        std::string pattern = std::filesystem::temp_directory_path().string() + "/fuzz_cfg.XXXXXX";
-        if (mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~ScratchDir()
-    {
-        std::error_code ec;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, ec);
-    }
-    std::string file(const char* name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
-const ScratchDir& scratch()
-{
-    static const ScratchDir dir;
+    static const veltest::TempDir dir;
     return dir;
 }
 

@@ -1,6 +1,7 @@
 // Converts an old single-file configuration ("scanner.schm") from any content,
 // in a directory of its own that is emptied after every run.
 #include "gb_json.h"
+#include "temp_dir.h"
 
 #include <unistd.h>
 
@@ -14,38 +15,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class ScratchDir
+const veltest::TempDir& scratch()
 {
-public:
-    ScratchDir()
-    {
-        std::string pattern = fs::temp_directory_path().string() + "/fuzz_update.XXXXXX";
-        if (mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~ScratchDir()
-    {
-        std::error_code ec;
-        if (!m_path.empty())
-            fs::remove_all(m_path, ec);
-    }
-    std::string file(const char* name) const { return m_path + "/" + name; }
-
-    void empty() const
-    {
-        std::error_code ec;
-        for (const auto& entry : fs::directory_iterator(m_path, ec))
-            fs::remove_all(entry.path(), ec);
-    }
-
-private:
-    std::string m_path;
-};
-
-const ScratchDir& scratch()
-{
-    static const ScratchDir dir;
+    static const veltest::TempDir dir;
     return dir;
+}
+
+void emptyScratch()
+{
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(scratch().path(), ec))
+        fs::remove_all(entry.path(), ec);
 }
 
 // Old values were decimal text; keep the text as the value bytes.
@@ -76,6 +56,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     gb::scanner_cfg::_update_func func = {transNumber, titleToName, nullptr};
     gb::scanner_cfg::update(file.c_str(), &func);
-    scratch().empty();
+    emptyScratch();
     return 0;
 }
