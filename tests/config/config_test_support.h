@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,17 @@ template <class T>
 using Ref = std::unique_ptr<T, Releaser>;
 
 using TempDir = veltest::TempDir;
+
+// Every member of a scheme's values, name to decoded bytes.
+inline std::map<std::string, std::string> allConfigs(gb::sane_config_schm& s)
+{
+    std::map<std::string, std::string> all;
+    std::string name;
+    std::string value;
+    for (bool more = s.first_config(name, value); more; more = s.next_config(name, value))
+        all[name] = value;
+    return all;
+}
 
 // Runs the scope with the working directory set to dir.
 class ScopedChdir

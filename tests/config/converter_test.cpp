@@ -14,6 +14,7 @@
 using cfgtest::Ref;
 using Config = gb::scanner_cfg;
 using Scheme = gb::sane_config_schm;
+using cfgtest::allConfigs;
 
 namespace {
 
@@ -117,16 +118,6 @@ void transNumber(const char* name, std::string& value, void*)
 std::string word(int32_t value)
 {
     return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-std::map<std::string, std::string> allConfigs(Scheme& s)
-{
-    std::map<std::string, std::string> all;
-    std::string name;
-    std::string value;
-    for (bool more = s.first_config(name, value); more; more = s.next_config(name, value))
-        all[name] = value;
-    return all;
 }
 
 class Converter : public ::testing::Test

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+using cfgtest::allConfigs;
 using cfgtest::Ref;
 using Scheme = gb::sane_config_schm;
 
@@ -38,16 +39,6 @@ void put(Scheme& s, const char* name, const std::string& data, bool extra = fals
 void setDefault(Scheme& s, int sn, const char* name, const std::string& data)
 {
     s.set_default_value(sn, name, data.data(), data.size());
-}
-
-std::map<std::string, std::string> allConfigs(Scheme& s)
-{
-    std::map<std::string, std::string> all;
-    std::string name;
-    std::string value;
-    for (bool more = s.first_config(name, value); more; more = s.next_config(name, value))
-        all[name] = value;
-    return all;
 }
 
 std::string plainText(Scheme& s)

@@ -832,40 +832,47 @@ int fakedriver_get_value(int n, void* buffer, size_t size)
     return static_cast<int>(o->value.size());
 }
 
-SANE_Word fakedriver_get_word(int n)
+namespace {
+
+// One of an option's byte fields read as a word or as text, under the driver's lock.
+SANE_Word field_word(int n, bytes option::*field)
 {
     driver_state& s = state();
     guard lock(s.lock);
     const option* o = find_option(s, n);
-    return o ? word_of(o->value) : 0;
+    return o ? word_of(o->*field) : 0;
+}
+
+const char* field_string(int n, bytes option::*field)
+{
+    driver_state& s = state();
+    guard lock(s.lock);
+    const option* o = find_option(s, n);
+    if (!o || (o->*field).empty())
+        return "";
+    return reinterpret_cast<const char*>((o->*field).data());
+}
+
+} // namespace
+
+SANE_Word fakedriver_get_word(int n)
+{
+    return field_word(n, &option::value);
 }
 
 const char* fakedriver_get_string(int n)
 {
-    driver_state& s = state();
-    guard lock(s.lock);
-    const option* o = find_option(s, n);
-    if (!o || o->value.empty())
-        return "";
-    return reinterpret_cast<const char*>(o->value.data());
+    return field_string(n, &option::value);
 }
 
 SANE_Word fakedriver_get_default_word(int n)
 {
-    driver_state& s = state();
-    guard lock(s.lock);
-    const option* o = find_option(s, n);
-    return o ? word_of(o->default_value) : 0;
+    return field_word(n, &option::default_value);
 }
 
 const char* fakedriver_get_default_string(int n)
 {
-    driver_state& s = state();
-    guard lock(s.lock);
-    const option* o = find_option(s, n);
-    if (!o || o->default_value.empty())
-        return "";
-    return reinterpret_cast<const char*>(o->default_value.data());
+    return field_string(n, &option::default_value);
 }
 
 void fakedriver_restore_defaults(void)
