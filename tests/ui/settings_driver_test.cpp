@@ -20,8 +20,9 @@ void changeEveryControl(zy_settingdialog* dialog, int options)
     for (int id = options - 1; id >= 1; --id) {
         for (QWidget* w : dialog->find_control(id)) {
             // Switching the test backend's test options off would hide the rest.
+            const char* name = dialog->find_option_description(id)->name;
             if (!w->isEnabled() || w->parentWidget()->isHidden()
-                || dialog->find_option_description(id)->name == std::string("enable-test-options"))
+                || (name && std::strcmp(name, "enable-test-options") == 0))
                 continue;
             if (auto* box = qobject_cast<QCheckBox*>(w))
                 box->setChecked(!box->isChecked());
