@@ -439,8 +439,6 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         label->setWordWrap(true);
         label->setMinimumWidth(kLabelMaxWidth);
     }
-    if (name_is(d, "is-custom-area"))
-        m_areaLabel = label;
     current.form->addRow(label, field);
     m_controls.insert(id, option_controls{widgets, label, field, m_tabs->count(), false});
 }

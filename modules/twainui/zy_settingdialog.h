@@ -217,7 +217,8 @@ private:
     tone_curve_record m_gamma{};
     tone_curve_record m_gammaAtStart{};
 
-    QWidget* m_areaLabel = nullptr;
+    // The tool buttons beside "is-custom-area" and "is-custom-gamma"; the row
+    // label and the button follow their row's visibility.
     QWidget* m_cropButton = nullptr;
     QWidget* m_gammaButton = nullptr;
 
