@@ -510,23 +510,29 @@ void Widget::drawBackgroudColor(QPainter& painter, const QVector<int>& hist) con
     const qint64 largest = bins > 0 ? *std::max_element(hist.cbegin(), hist.cbegin() + bins) : 0;
     if (largest <= 0)
         return;
-    // One outline for all bars: no seams between neighbours, one fill.
-    QPolygonF outline;
-    outline << QPointF(0, 0);
+    // Axis-aligned bars need no antialiasing; without it they are crisp and
+    // an order of magnitude cheaper.
+    QVector<QRectF> bars;
+    bars.reserve(bins);
     for (int i = 0; i < bins; ++i) {
-        const double bar = double(std::max<qint64>(hist[i], 0) * 255 / largest);
-        outline << QPointF(i, bar) << QPointF(i + 1, bar);
+        const qint64 bar = std::max<qint64>(hist[i], 0) * 255 / largest;
+        if (bar > 0)
+            bars.append(QRectF(i, 0, 1, double(bar)));
     }
-    outline << QPointF(bins, 0);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(Qt::NoPen);
     painter.setBrush(m_histColor);
-    painter.drawPolygon(outline);
+    painter.drawRects(bars);
+    painter.restore();
 }
 
 void Widget::drawCoorScale(QPainter& painter) const
 {
     QPen pen(Qt::gray, 1);
     pen.setDashPattern({5, 3, 5, 3});
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
     for (int v = 50; v <= 250; v += 50) {
@@ -534,6 +540,7 @@ void Widget::drawCoorScale(QPainter& painter) const
         painter.drawLine(QLineF(0, v, 300, v));
     }
     painter.drawLine(QLineF(0, 0, kMaxLevel, kMaxLevel));
+    painter.restore();
 }
 
 void Widget::drawCurveByColor(QPainter& painter)
