@@ -15,6 +15,9 @@ constexpr double kInchPerMm = 0.03937;
 constexpr double kGrabTolerance = 5;
 // A drag never makes the rectangle this narrow or narrower.
 constexpr double kMinimumSide = 10;
+// Beyond these the sheet or its pixel counts stop being meaningful numbers.
+constexpr int kMaxViewWidth = 10000;
+constexpr double kMaxDpi = 1e6;
 
 struct Paper
 {
@@ -102,7 +105,7 @@ void cutDialog::selectWholePaper()
 
 void cutDialog::setPaperSize(QString paper, int viewWidth)
 {
-    if (viewWidth <= 0)
+    if (viewWidth <= 0 || viewWidth > kMaxViewWidth)
         return;
     m_paperName = paper;
 
@@ -151,7 +154,7 @@ void cutDialog::setPaperSize(QString paper, int viewWidth)
 
 void cutDialog::setDpiValue(double dpi)
 {
-    if (!std::isfinite(dpi))
+    if (!(dpi >= 0 && dpi <= kMaxDpi))
         return;
     m_dpi = dpi;
     updateUnitFactor();

@@ -17,8 +17,9 @@ public:
     explicit cutDialog(QWidget* parent = nullptr);
 
     // Paper names are matched exactly; an unknown name keeps the paper's
-    // proportions and scale and only takes the new width.
+    // proportions and scale and only takes the new width (1 to 10000).
     void setPaperSize(QString paper, int viewWidth);
+    // 0 to 1e6; at 0 nothing converts to or from pixels.
     void setDpiValue(double dpi);
     void setSizeType(const SIZETYPE& type);
     SIZETYPE sizeType() const { return m_unit; }

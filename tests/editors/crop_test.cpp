@@ -125,7 +125,12 @@ TEST(CropCanvas, UnitsConvertBothWays)
 TEST(CropCanvas, BadNumbersChangeNothing)
 {
     cutDialog c;
+    const QSize size = c.size();
+    c.setPaperSize("A3", 0);
+    c.setPaperSize("A3", 1 << 30);
+    EXPECT_EQ(c.size(), size);
     c.setDpiValue(0);
+    c.setDpiValue(-300);
     c.setSizeType(PIXEL);
     QRectF mm(10, 20, 30, 40);
     c.setCutRectMM(mm);
