@@ -84,6 +84,7 @@
     <message>
         <source>This function may cause a decrease in the speed of drawing.</source>
         <translation>开启该功能可能会导致出图速度下降。</translation>
+    </message>
 </context>
 <context>
     <name>Widget</name>

@@ -84,6 +84,7 @@
     <message>
         <source>This function may cause a decrease in the speed of drawing.</source>
         <translation>This function may cause a decrease in the speed of drawing.</translation>
+    </message>
 </context>
 <context>
     <name>Widget</name>

@@ -84,6 +84,7 @@
     <message>
         <source>This function may cause a decrease in the speed of drawing.</source>
         <translation>開啟該功能可能會導致出圖速度下降。</translation>
+    </message>
 </context>
 <context>
     <name>Widget</name>
