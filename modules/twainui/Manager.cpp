@@ -92,9 +92,11 @@ Manager::Busy::~Busy()
 
 void Manager::retire()
 {
+    if (m_state != State::Serving)
+        return;
     if (m_busy == 0)
         delete this;
-    else if (m_state == State::Serving)
+    else
         m_state = State::Retired;
 }
 
