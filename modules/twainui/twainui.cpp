@@ -13,8 +13,10 @@
 // - g_event is the start-up handshake: the new UI thread hands the manager over.
 // - Manager::Busy (no lock, one thread) defers deleting a manager while one of its
 //   slots, and the modal loop it may run, is still on the stack.
-// - Process exit waits, bounded, for the library's own UI thread to end, so that
-//   it does not run while the exit handlers tear down Qt's globals.
+// - Process exit stops the library's own UI thread and waits for it, bounded, so
+//   that it does not run while the exit handlers tear down Qt's globals: from a
+//   thread-local object of the main thread, which goes before any exit handler,
+//   or else from an exit handler, which can only park the thread where it stands.
 // Everything else crosses threads as copies inside queued signals.
 #include "Manager.h"
 
@@ -41,6 +43,9 @@ std::mutex g_mutex;
 Manager* g_manager = nullptr;
 ZyThread g_hThread = nullptr;
 ZyEvent g_event = nullptr;
+// Compared by native id: asking Qt for a host thread's QThread would give that
+// thread Qt data, which the host's main thread never frees.
+Qt::HANDLE g_uiThreadId = nullptr;
 // The own UI thread has been told to stop (process exit): nothing starts again.
 bool g_uiStopping = false;
 
@@ -54,6 +59,7 @@ void ThreadFunc(void* handOver)
     // the exit handler that Init registers, which stops that timer here.
     QPixmapCache::find(QString(), nullptr);
     auto* manager = new Manager();
+    g_uiThreadId = QThread::currentThreadId();
     *static_cast<Manager**>(handOver) = manager;
     ZyBase_SetEvent(g_event);
 
@@ -86,7 +92,7 @@ void stopUiThread(bool qtIntact)
     }
     QCoreApplication* const app = QCoreApplication::instance();
     // A host callback on the UI thread that ends the process: nothing else runs there.
-    if (app->thread() == QThread::currentThread())
+    if (QThread::currentThreadId() == g_uiThreadId)
         return;
     if (qtIntact) {
         QMetaObject::invokeMethod(app, &QCoreApplication::quit, Qt::QueuedConnection);
@@ -182,7 +188,9 @@ ManagerAccess::ManagerAccess(Mode mode) : m_lock(g_mutex)
     watchMainThreadExit();
     m_manager = mode == Start ? Init() : g_manager;
     // On its own thread nobody else deletes it, and the caller may run a modal loop.
-    if (m_manager && m_manager->thread() == QThread::currentThread())
+    const bool onItsThread = g_hThread ? QThread::currentThreadId() == g_uiThreadId
+                                       : m_manager && m_manager->thread() == QThread::currentThread();
+    if (m_manager && onItsThread)
         m_lock.unlock();
 }
 
