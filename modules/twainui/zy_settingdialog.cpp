@@ -3,6 +3,7 @@
 #include "zy_settingdialog.h"
 #include "zy_settingdialog_p.h"
 
+#include "Manager.h"
 #include "gb_json.h"
 
 #include <QCheckBox>
@@ -81,7 +82,6 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
     , m_devName(devName ? devName : "")
     , m_callback(std::move(callback))
 {
-    Q_UNUSED(eventCallback);
     setAttribute(Qt::WA_DeleteOnClose);
     setIcon();
 
@@ -110,6 +110,8 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
 
     connect(this, &zy_settingdialog::scan_status, this, &zy_settingdialog::on_scan_status,
             Qt::QueuedConnection);
+    if (eventCallback)
+        *eventCallback = &zy_settingdialog::FuncNotify;
 }
 
 zy_settingdialog::~zy_settingdialog()
@@ -117,6 +119,8 @@ zy_settingdialog::~zy_settingdialog()
     m_curScheme->release();
     m_driverDefaults->release();
     m_cfg->release();
+    if (m_manager)
+        m_manager->forgetSettingUi(this);
     deliver_result();
 }
 

@@ -78,6 +78,18 @@ public:
                      QWidget* parent = nullptr);
     ~zy_settingdialog() override;
 
+    // The driver's scan events, from any thread: 8 a scan runs, 12 it ended; data
+    // is the host's UTF-8 text, shown when status is non-zero. Reaches the open
+    // dialog through the manager; does nothing while none is open.
+    static void FuncNotify(int event, void* data, int status);
+
+    // The manager lets the dialog go without the user: it disappears at once and
+    // is deleted as soon as no call into the host is under way from it. With
+    // silently, the host hears nothing more from it.
+    void closeByHost(bool silently);
+    // The host's callback is forgotten: the dialog reports nothing any more.
+    void forgetHost();
+
     // The dynamic property that tells a word-list combo box (1), a fixed one (2)
     // and a string-list one (otherwise) apart: "combox_value_type".
     static const char* const property_combox_data_type_;
@@ -124,8 +136,8 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
-    // Escape and the window manager's reject come here: they are Cancel.
-    void reject() override;
+    // Escape, accept() and reject() come here: accepting is OK, all else Cancel.
+    void done(int result) override;
 
 private:
     // The controls of one option and the form row holding them.
@@ -181,6 +193,21 @@ private:
     int write_back_differences();
     void set_contents_enabled(bool enabled);
     void deliver_result();
+
+    // Counts the calls into the host (results) and the modal boxes under way from
+    // the dialog: inside them the host may close the dialog, which must then outlive
+    // the call.
+    class host_call
+    {
+    public:
+        explicit host_call(zy_settingdialog* dialog) : m_depth(dialog->m_hostCalls) { ++m_depth; }
+        ~host_call() { --m_depth; }
+        host_call(const host_call&) = delete;
+        host_call& operator=(const host_call&) = delete;
+
+    private:
+        int& m_depth;
+    };
 
     Manager* m_manager = nullptr;
     int m_closeCode = 2;
@@ -253,6 +280,7 @@ private:
     // Scan states that arrive while a prompt about the last one is open.
     std::vector<std::pair<QString, bool>> m_pendingStatus;
     bool m_showingStatus = false;
+    int m_hostCalls = 0;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "zy_settingdialog.h"
 #include "zy_settingdialog_p.h"
 
+#include "Manager.h"
 #include "gb_json.h"
 
 #include <lexipak.h>
@@ -40,8 +41,10 @@ bool same_value(const SANE_Option_Descriptor& d, const QByteArray& start, const 
 void zy_settingdialog::slot_buttonScanClicked()
 {
     m_closeCode = 3;
-    if (!m_suppressResult && m_callback)
+    if (!m_suppressResult && m_callback) {
+        const host_call call(this);
         m_callback(UI_RESULT_START_SCAN);
+    }
 }
 
 void zy_settingdialog::slot_buttonOkClicked()
@@ -56,9 +59,10 @@ void zy_settingdialog::slot_buttonCancelClicked()
     close();
 }
 
-void zy_settingdialog::reject()
+void zy_settingdialog::done(int result)
 {
-    slot_buttonCancelClicked();
+    m_closeCode = result == QDialog::Accepted ? 0 : 1;
+    close();
 }
 
 void zy_settingdialog::keyPressEvent(QKeyEvent* event)
@@ -277,8 +281,10 @@ void zy_settingdialog::on_scan_status(QString info, bool isScanning)
     while (!m_pendingStatus.empty()) {
         const auto [text, scanning] = m_pendingStatus.front();
         m_pendingStatus.erase(m_pendingStatus.begin());
-        if (!text.isEmpty())
+        if (!text.isEmpty()) {
+            const host_call modal(this);
             QMessageBox::information(this, tr("Prompt"), text, QMessageBox::Ok);
+        }
         m_isScanning = scanning;
         set_contents_enabled(!scanning);
         // While scanning the dialog must outlive any close attempt.
@@ -302,6 +308,38 @@ void zy_settingdialog::set_contents_enabled(bool enabled)
         if (!w->isWindow())
             w->setEnabled(enabled);
     }
+}
+
+void zy_settingdialog::FuncNotify(int event, void* data, int status)
+{
+    if (event != EVENT_SCAN_WORKING && event != EVENT_SCAN_FINISHED)
+        return;
+    // Copied now: the host's buffer may be gone when the UI thread gets to it.
+    const QString text =
+        status && data ? QString::fromUtf8(static_cast<const char*>(data)) : QString();
+    const ManagerAccess manager;
+    if (manager)
+        manager->notifySettingUi(text, event == EVENT_SCAN_WORKING);
+}
+
+void zy_settingdialog::closeByHost(bool silently)
+{
+    m_manager = nullptr;
+    if (silently)
+        forgetHost();
+    // No close event: the host asked, so nothing is undone or saved.
+    m_isScanning = false;
+    hide();
+    if (m_hostCalls > 0)
+        deleteLater();
+    else
+        delete this;
+}
+
+void zy_settingdialog::forgetHost()
+{
+    m_suppressResult = true;
+    m_callback = nullptr;
 }
 
 void zy_settingdialog::deliver_result()

@@ -113,12 +113,14 @@ bool zy_settingdialog::read_back(int id, const SANE_Option_Descriptor& descripto
 void zy_settingdialog::show_unsupported()
 {
     // The source text is spelt so on purpose: the catalogues are keyed by it.
+    const host_call modal(this);
     QMessageBox::information(this, tr("Prompt"), tr("The funtion is unsupported"),
                              QMessageBox::Ok);
 }
 
 void zy_settingdialog::warn_speed()
 {
+    const host_call modal(this);
     QMessageBox::information(this, tr("Prompt"),
                              tr("This function may cause a decrease in the speed of drawing."),
                              QMessageBox::Ok);
