@@ -16,7 +16,6 @@
 
 #include <cstring>
 #include <functional>
-#include <thread>
 
 namespace {
 
@@ -420,30 +419,6 @@ TEST_F(SettingsDialog, CancelPutsBackWhatWritingInOptionOrderWouldMiss)
         for (int n = 1; n < fakedriver_option_count(); ++n)
             EXPECT_EQ(now[std::size_t(n) - 1], lastValue(n)) << "option " << n;
     }
-}
-
-TEST_F(SettingsDialog, ScanDisablesAndItsEndClosesWithResultOne)
-{
-    zy_settingdialog* dialog = open();
-    QMetaObject::invokeMethod(dialog, "slot_buttonScanClicked");
-    EXPECT_EQ(ui.results, std::vector<ui_result>{UI_RESULT_START_SCAN});
-    spinTo(6)(ui, id("contrast"));
-
-    // The driver reports from its own thread.
-    std::thread([dialog] { emit dialog->scan_status(QString(), true); }).join();
-    EXPECT_TRUE(waitFor([&] { return !ui.control<QSlider>(id("contrast"))->isEnabled(); }));
-    dialog->close();
-    SettingsHarness::settle();
-    ASSERT_NE(ui.dialog(), nullptr) << "closing is refused while a scan runs";
-
-    std::thread([dialog] { emit dialog->scan_status("Paper jam", false); }).join();
-    EXPECT_TRUE(waitFor([&] {
-        SettingsHarness::settle();
-        return ui.dialog() == nullptr;
-    }));
-    EXPECT_TRUE(ui.boxes.texts.contains("Paper jam"));
-    EXPECT_EQ(ui.results, (std::vector<ui_result>{UI_RESULT_START_SCAN, UI_RESULT_CLOSE_NORMAL}));
-    EXPECT_EQ(fakedriver_get_word(id("contrast")), 4) << "the end of a scan undoes like Cancel";
 }
 
 } // namespace

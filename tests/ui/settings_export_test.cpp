@@ -73,7 +73,7 @@ protected:
     TestHome m_home;
 };
 
-TEST_F(SettingsExport, OpensOnTopWithAnEmptyConfigurationAndEndsWithTheScan)
+TEST_F(SettingsExport, OpensOnTopWithAnEmptyConfigurationAndEndsWithItsScan)
 {
     Results results;
     ui_event_callback events;
@@ -90,13 +90,18 @@ TEST_F(SettingsExport, OpensOnTopWithAnEmptyConfigurationAndEndsWithTheScan)
         EXPECT_EQ(dialog->findChild<QComboBox*>()->count(), 1);
     });
 
-    // The driver reports from its own thread.
+    QMetaObject::invokeMethod(dialog, "slot_buttonScanClicked", Qt::BlockingQueuedConnection);
+    EXPECT_EQ(results.get(), std::vector<ui_result>{UI_RESULT_START_SCAN});
+
+    // The driver reports from its own thread; while it scans the dialog stays.
     std::thread([&] { events(EVENT_SCAN_WORKING, nullptr, 0); }).join();
     EXPECT_TRUE(waitFor([&] {
         bool enabled = true;
         onUiThread([&] { enabled = dialog->findChild<QTabWidget*>()->isEnabled(); });
         return !enabled;
     }));
+    QMetaObject::invokeMethod(dialog, "close", Qt::BlockingQueuedConnection);
+    EXPECT_EQ(dialogs().size(), 1) << "closing is refused while a scan runs";
     char text[] = "Scan completed";
     std::thread([&] { events(EVENT_SCAN_FINISHED, text, 1); }).join();
     text[0] = 0; // the host's buffer is gone: the text was copied
@@ -112,7 +117,9 @@ TEST_F(SettingsExport, OpensOnTopWithAnEmptyConfigurationAndEndsWithTheScan)
     }));
     EXPECT_EQ(prompt, "Scan completed");
     EXPECT_TRUE(waitFor([] { return dialogs().isEmpty(); }));
-    EXPECT_TRUE(waitFor([&] { return results.get() == std::vector<ui_result>{UI_RESULT_CLOSE_NORMAL}; }));
+    EXPECT_TRUE(waitFor([&] {
+        return results.get() == std::vector<ui_result>{UI_RESULT_START_SCAN, UI_RESULT_CLOSE_NORMAL};
+    }));
 }
 
 TEST_F(SettingsExport, SecondShowReplacesTheFirstAndCloseUiEndsWithoutResult)
@@ -124,13 +131,6 @@ TEST_F(SettingsExport, SecondShowReplacesTheFirstAndCloseUiEndsWithoutResult)
     EXPECT_EQ(dialogs().size(), 1);
 
     close_ui(2);
-    EXPECT_TRUE(waitFor([] { return dialogs().isEmpty(); }));
-    EXPECT_TRUE(second.get().empty());
-    // Events without a dialog go nowhere.
-    ui_event_callback events;
-    show(second, &events);
-    close_ui(2);
-    events(EVENT_SCAN_FINISHED, nullptr, 0);
     EXPECT_TRUE(waitFor([] { return dialogs().isEmpty(); }));
     EXPECT_TRUE(second.get().empty());
 }

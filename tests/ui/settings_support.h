@@ -118,16 +118,13 @@ public:
         if (ZyBase_CreateDll(SANE_TEST_BACKEND, &m_dll) != 0
             || FindFunctions(m_dll, "test", &m_api) != 0)
             return;
-        {
-            // libsane keeps its configuration search path for the process.
 #if defined(__SANITIZE_ADDRESS__)
-            __lsan_disable();
+        __lsan_disable(); // libsane keeps its configuration search path for the process
 #endif
-            m_api.sane_init(nullptr, nullptr);
+        m_api.sane_init(nullptr, nullptr);
 #if defined(__SANITIZE_ADDRESS__)
-            __lsan_enable();
+        __lsan_enable();
 #endif
-        }
         const SANE_Device** devices = nullptr;
         if (m_api.sane_get_devices(&devices, SANE_TRUE) == SANE_STATUS_GOOD && devices[0]
             && m_api.sane_open(devices[0]->name, &m_handle) == SANE_STATUS_GOOD)
@@ -146,20 +143,6 @@ public:
     bool open() const { return m_open; }
     const _sane_api& api() const { return m_api; }
     SANE_Handle handle() const { return m_handle; }
-
-    // Every readable value of every option, by option number.
-    std::vector<std::vector<char>> values() const
-    {
-        std::vector<std::vector<char>> all;
-        SANE_Int count = 0;
-        read_option_count(m_api, m_handle, &count);
-        for (SANE_Int n = 0; n < count; ++n) {
-            std::vector<char> value;
-            read_option_value(m_api, m_handle, n, value);
-            all.push_back(value);
-        }
-        return all;
-    }
 
 private:
     veltest::TempDir m_config;
