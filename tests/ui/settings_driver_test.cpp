@@ -224,7 +224,8 @@ TEST(SettingsOnOddDriver, EveryOddityStillGivesAUsableWindow)
     EXPECT_EQ(kinds(15), "");
     EXPECT_EQ(qobject_cast<QComboBox*>(dialog->find_control(18)[0])->count(), 5000);
 
-    changeEveryControl(dialog, count);
+    // The odd ones; the thousands of plain options after them are only built.
+    changeEveryControl(dialog, 20);
     QMetaObject::invokeMethod(dialog, "slot_buttonCancelClicked");
     SettingsHarness::settle();
     ASSERT_EQ(ui.dialog(), nullptr);
