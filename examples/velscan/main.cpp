@@ -1,4 +1,4 @@
-// velscan: opens a SANE device and shows what it found through libVelTwainUI.
+// velscan: opens a SANE device and shows its settings through libVelTwainUI.
 //
 //   velscan [--host-app] [--library PATH] [--backend PATH] [--manufacturer NAME]
 //           [--device NAME] [--screenshots DIR] [--auto-close MS]
@@ -142,8 +142,19 @@ int main(int argc, char** argv)
         }
     };
     if (options.hostApp)
-        watch(); // the box runs inside the call, so watch before it
-    ui.show_messagebox_ui(nullptr, opened ? 0 : 1, report.c_str(), 0);
+        watch(); // a box runs inside the call, so watch before it
+    if (opened) {
+        // The device's settings, with Scan; OK or Cancel ends the session.
+        _sane_api api = backend.api();
+        ui.show_setting_ui(backend.handle(), nullptr, &api, options.device.c_str(), true,
+                           [](ui_result result) {
+                               if (result == UI_RESULT_START_SCAN)
+                                   std::printf("velscan: scan requested\n");
+                           },
+                           nullptr);
+    } else {
+        ui.show_messagebox_ui(nullptr, 1, report.c_str(), 0);
+    }
     watch();
 
     // Wait until the user (or the unattended timer) has closed every window.

@@ -19,6 +19,7 @@ bool TwainUiLibrary::load(const std::string& path)
         m_error = why ? why : "cannot load " + path;
         return false;
     }
-    return resolve(show_messagebox_ui, "show_messagebox_ui") && resolve(close_ui, "close_ui")
+    return resolve(show_messagebox_ui, "show_messagebox_ui")
+        && resolve(show_setting_ui, "show_setting_ui") && resolve(close_ui, "close_ui")
         && resolve(pump_ui_message, "pump_ui_message") && resolve(twain_ui_free, "twain_ui_free");
 }

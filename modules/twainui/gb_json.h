@@ -6,6 +6,7 @@
 
 #include <cjson/cJSON.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -14,8 +15,9 @@
 
 namespace gb {
 
-// Intrusive, non-atomic reference count. Objects start with one reference and
-// are destroyed by the release that drops the count to zero, never by delete.
+// Intrusive reference count. Objects start with one reference and are destroyed
+// by the release that drops the count to zero, never by delete. The count is
+// atomic: a host thread hands the module's configuration to the UI thread.
 class refer
 {
 public:
@@ -31,7 +33,7 @@ protected:
     virtual ~refer();
 
 private:
-    int64_t ref_ = 1;
+    std::atomic<int64_t> ref_{1};
 };
 
 // One parsed JSON tree, addressed by key paths. In a path "/" separates
