@@ -5,7 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <functional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -230,72 +230,50 @@ TEST(ImageTest, RotationsNeverWriteIntoWrappedData)
     }
 }
 
-TEST(ImageTest, FullTurnsRestoreEveryBit)
+// Each turn puts every pixel where it belongs; the opposite turn restores every bit.
+TEST(ImageTest, TurnsMoveEveryPixelAndTurnBackExactly)
 {
-    using Turn = int (*)(ZyImage);
-    const std::vector<std::vector<Turn>> sequences = {
-        {ZyBase_ImageRotateLeft, ZyBase_ImageRotateLeft, ZyBase_ImageRotateLeft, ZyBase_ImageRotateLeft},
-        {ZyBase_ImageRotateRight, ZyBase_ImageRotateRight, ZyBase_ImageRotateRight, ZyBase_ImageRotateRight},
-        {ZyBase_ImageRotate180, ZyBase_ImageRotate180},
-        {ZyBase_ImageRotateLeft, ZyBase_ImageRotateRight},
-        {ZyBase_ImageRotateRight, ZyBase_ImageRotate180, ZyBase_ImageRotateRight},
-    };
-    for (const int type : kTypes) {
-        for (const Shape& shape : kShapes) {
-            for (size_t s = 0; s < sequences.size(); ++s) {
-                SCOPED_TRACE(::testing::Message() << "type " << type << " " << shape.width << "x"
-                                                  << shape.height << " sequence " << s);
-                Image image;
-                makePatterned(shape.width, shape.height, type, image);
-                const auto original = image.bytes();
-                const auto originalPixels = image.pixels();
-                for (const Turn turn : sequences[s])
-                    ASSERT_EQ(turn(image.get()), 0);
-                EXPECT_EQ(image.info().width, shape.width);
-                EXPECT_EQ(image.info().height, shape.height);
-                EXPECT_EQ(image.bytes(), original);
-                EXPECT_EQ(image.pixels(), originalPixels);
-            }
-        }
-    }
-}
-
-TEST(ImageTest, OneTurnMovesEachPixelWhereItBelongs)
-{
-    struct Turn
-    {
+    using Target = std::pair<int, int> (*)(int x, int y, int w, int h);
+    const struct {
         int (*rotate)(ZyImage);
+        int (*back)(ZyImage);
         bool quarter;
-        // Where the pixel (x, y) of a w x h image lands.
-        std::function<std::pair<int, int>(int, int, int, int)> target;
-    };
-    const Turn turns[] = {
-        {ZyBase_ImageRotateLeft, true, [](int x, int y, int w, int) { return std::make_pair(y, w - 1 - x); }},
-        {ZyBase_ImageRotateRight, true, [](int x, int y, int, int h) { return std::make_pair(h - 1 - y, x); }},
-        {ZyBase_ImageRotate180, false,
+        Target target; // where the pixel (x, y) of a w x h image lands
+    } turns[] = {
+        {ZyBase_ImageRotateLeft, ZyBase_ImageRotateRight, true,
+         [](int x, int y, int w, int) { return std::make_pair(y, w - 1 - x); }},
+        {ZyBase_ImageRotateRight, ZyBase_ImageRotateLeft, true,
+         [](int x, int y, int, int h) { return std::make_pair(h - 1 - y, x); }},
+        {ZyBase_ImageRotate180, ZyBase_ImageRotate180, false,
          [](int x, int y, int w, int h) { return std::make_pair(w - 1 - x, h - 1 - y); }},
     };
     for (const int type : kTypes) {
-        for (const Turn& turn : turns) {
-            const int w = 11;
-            const int h = 6;
-            Image image;
-            makePatterned(w, h, type, image);
-            ASSERT_EQ(ZyBase_SetImageDpi(image.get(), 300, 150), 0);
-            const auto before = image.pixels();
-            ASSERT_EQ(turn.rotate(image.get()), 0);
-            const ZyImageInfo info = image.info();
-            EXPECT_EQ(info.width, turn.quarter ? h : w);
-            EXPECT_EQ(info.height, turn.quarter ? w : h);
-            EXPECT_EQ(info.stride % 4, 0);
-            EXPECT_EQ(info.dpi_x, turn.quarter ? 150 : 300);
-            EXPECT_EQ(info.dpi_y, turn.quarter ? 300 : 150);
-            for (int y = 0; y < h; ++y) {
-                for (int x = 0; x < w; ++x) {
-                    const auto [tx, ty] = turn.target(x, y, w, h);
-                    ASSERT_EQ(image.pixel(tx, ty), before[static_cast<size_t>(y) * w + x])
-                        << "type " << type << " pixel " << x << "," << y;
+        for (const Shape& shape : kShapes) {
+            for (const auto& turn : turns) {
+                const int w = shape.width;
+                const int h = shape.height;
+                SCOPED_TRACE(::testing::Message() << "type " << type << " " << w << "x" << h
+                                                  << (turn.quarter ? " quarter" : " half"));
+                Image image;
+                makePatterned(w, h, type, image);
+                ASSERT_EQ(ZyBase_SetImageDpi(image.get(), 300, 150), 0);
+                const auto original = image.bytes();
+                const auto before = image.pixels();
+                ASSERT_EQ(turn.rotate(image.get()), 0);
+                const ZyImageInfo info = image.info();
+                EXPECT_EQ(info.width, turn.quarter ? h : w);
+                EXPECT_EQ(info.height, turn.quarter ? w : h);
+                EXPECT_EQ(info.stride % 4, 0);
+                EXPECT_EQ(info.dpi_x, turn.quarter ? 150 : 300);
+                EXPECT_EQ(info.dpi_y, turn.quarter ? 300 : 150);
+                for (int y = 0; y < h; ++y) {
+                    for (int x = 0; x < w; ++x) {
+                        const auto [tx, ty] = turn.target(x, y, w, h);
+                        ASSERT_EQ(image.pixel(tx, ty), before[size_t(y) * w + x]) << x << "," << y;
+                    }
                 }
+                ASSERT_EQ(turn.back(image.get()), 0);
+                EXPECT_EQ(image.bytes(), original);
             }
         }
     }

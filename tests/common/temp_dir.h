@@ -2,10 +2,14 @@
 #ifndef VELTEST_TEMP_DIR_H
 #define VELTEST_TEMP_DIR_H
 
+#include <signal.h>
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <system_error>
 
@@ -50,6 +54,32 @@ inline std::string readFile(const std::string& path)
 inline void writeFile(const std::string& path, const std::string& text)
 {
     std::ofstream(path, std::ios::binary) << text;
+}
+
+// The names in a directory, to show that nothing was left behind.
+inline std::set<std::string> entries(const std::string& dir)
+{
+    std::set<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(dir, ignored))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+// Runs write with files limited to limit bytes, so that a write past it fails
+// half-way with EFBIG as on a full disk.
+template <class Write>
+void withFileSizeLimit(rlim_t limit, Write write)
+{
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = saved;
+    limited.rlim_cur = limit;
+    setrlimit(RLIMIT_FSIZE, &limited);
+    write();
+    setrlimit(RLIMIT_FSIZE, &saved);
+    signal(SIGXFSZ, handler);
 }
 
 } // namespace veltest

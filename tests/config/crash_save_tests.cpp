@@ -1,8 +1,8 @@
 // A configuration save cut short by a crash must never leave a broken file: a
 // writer process saves one configuration after another to the same path and is
 // killed at random moments; every time, the file has to hold one complete version.
-#include "gb_json.h"
-#include "temp_dir.h"
+#include "config_test_support.h"
+#include "temp_home.h"
 
 #include <ZyBase.h>
 
@@ -34,26 +34,7 @@ constexpr int kKills = 50;
 constexpr int kVersions = 8;
 const int kSchemeCounts[kVersions] = {1, 400, 3, 150, 30, 800, 10, 60};
 
-using veltest::TempDir;
-
-// Drops one reference when it goes out of scope.
-template <class T>
-struct Ref
-{
-    explicit Ref(T* p) : ptr(p) {}
-    ~Ref()
-    {
-        if (ptr)
-            ptr->release();
-    }
-    Ref(const Ref&) = delete;
-    Ref& operator=(const Ref&) = delete;
-    Ref(Ref&& other) noexcept : ptr(other.ptr) { other.ptr = nullptr; }
-    T* operator->() const { return ptr; }
-    T* get() const { return ptr; }
-
-    T* ptr;
-};
+using cfgtest::Ref;
 
 void fillScheme(gb::sane_config_schm* schm, int seed, int options)
 {
@@ -141,28 +122,23 @@ int versionOf(const std::string& content, const std::vector<std::string>& versio
 // Leftovers of interrupted saves must not pass for configuration files.
 void expectNoStrayConfigFiles(const std::string& dir, const std::string& target)
 {
-    for (const auto& entry : fs::directory_iterator(dir)) {
-        const std::string name = entry.path().filename().string();
-        if (entry.path() == fs::path(target))
-            continue;
-        EXPECT_NE(entry.path().extension(), ".cfg") << "stray file " << name;
-        EXPECT_NE(entry.path().extension(), ".schm") << "stray file " << name;
+    for (const std::string& name : veltest::entries(dir)) {
+        const fs::path path = fs::path(dir) / name;
+        if (path != fs::path(target))
+            EXPECT_TRUE(path.extension() != ".cfg" && path.extension() != ".schm") << "stray file " << name;
     }
 }
 
-class KillDuringSave : public ::testing::Test
+class KillDuringSave : public veltest::HomeTest
 {
 protected:
     void SetUp() override
     {
-        ASSERT_FALSE(m_dir.path().empty());
-        ASSERT_EQ(ZyBase_SetHomeDir(m_dir.path().c_str()), 0);
+        HomeTest::SetUp();
         m_seed = std::random_device{}();
         m_rng.seed(m_seed);
         RecordProperty("seed", std::to_string(m_seed));
     }
-    void TearDown() override { ZyBase_SetHomeDir(nullptr); }
-
     // Kills land from well inside the first save to a few saves later, however
     // slow a save is in this build (sanitizers make it several times slower).
     std::chrono::microseconds randomDelay(std::chrono::microseconds oneSave)
@@ -210,12 +186,11 @@ protected:
             EXPECT_TRUE(load(m_target)) << "kill " << k << ", version " << version;
             seen.insert(version);
         }
-        expectNoStrayConfigFiles(m_dir.path(), m_target);
+        expectNoStrayConfigFiles(m_home.dir(), m_target);
         return seen;
     }
 
-    TempDir m_dir;
-    std::string m_target = m_dir.path() + "/ABC 1a2b.cfg";
+    const std::string m_target = m_home.dir() + "/ABC 1a2b.cfg";
     unsigned int m_seed = 0;
     std::mt19937 m_rng;
 };
