@@ -131,45 +131,36 @@ TEST(OptionAccess, DefaultValueThroughAction100WithoutInfo)
     EXPECT_TRUE(call.value_given);
 }
 
-TEST(OptionAccess, PrivateWordToleratesWideAnswers)
+TEST(OptionAccess, PrivateWordsAndTexts)
 {
     fakedriver_device device;
     const _sane_api& api = device.api();
+    const std::string long_serial(600, 'S');
+    fakedriver_set_private_text(SANE_PRIVATE_SERIAL, long_serial.c_str());
+    const std::pair<sane_private_option, const char*> texts[] = {
+        {SANE_PRIVATE_MODEL, "FS-1000"},
+        {SANE_PRIVATE_STARTUP_TIME, "2023-05-06 09:30:00"},
+        {SANE_PRIVATE_SERIAL, long_serial.c_str()}};
+    for (const auto& [option, expected] : texts) {
+        std::string text;
+        ASSERT_EQ(read_private_text(api, device.handle(), option, text), SANE_STATUS_GOOD) << option;
+        EXPECT_EQ(text, expected);
+    }
     SANE_Word id = 0;
-    ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_GOOD);
-    EXPECT_EQ(id, 0x1a2b);
     ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_ROLLER_COUNT, &id), SANE_STATUS_GOOD);
     EXPECT_EQ(id, 12345);
-
     // A driver that answers with a 64-bit number: only the first word is taken.
     const unsigned char wide[8] = {0x78, 0x56, 0x34, 0x12, 0xff, 0xff, 0xff, 0xff};
     fakedriver_set_private_data(SANE_PRIVATE_PRODUCT_ID, wide, sizeof(wide));
     ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_GOOD);
     EXPECT_EQ(id, 0x12345678);
 
+    // Options the driver does not have leave nothing behind.
     fakedriver_remove_private(SANE_PRIVATE_PRODUCT_ID);
-    id = 7;
+    fakedriver_remove_private(SANE_PRIVATE_FIRMWARE);
     EXPECT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_INVAL);
     EXPECT_EQ(id, 0);
-}
-
-TEST(OptionAccess, PrivateTexts)
-{
-    fakedriver_device device;
-    const _sane_api& api = device.api();
-    std::string text;
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_MODEL, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, "FS-1000");
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_STARTUP_TIME, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, "2023-05-06 09:30:00");
-
-    const std::string long_serial(600, 'S');
-    fakedriver_set_private_text(SANE_PRIVATE_SERIAL, long_serial.c_str());
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_SERIAL, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, long_serial);
-
-    fakedriver_remove_private(SANE_PRIVATE_FIRMWARE);
-    text = "stale";
+    std::string text = "stale";
     EXPECT_NE(read_private_text(api, device.handle(), SANE_PRIVATE_FIRMWARE, text), SANE_STATUS_GOOD);
     EXPECT_TRUE(text.empty());
 }
@@ -177,11 +168,10 @@ TEST(OptionAccess, PrivateTexts)
 TEST(OptionAccess, FindOptionByName)
 {
     fakedriver_device device;
-    const _sane_api& api = device.api();
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "restore"), fakedriver_find("restore"));
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "mode"), 2);
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "no-such-option"), -1);
-    EXPECT_EQ(find_option_by_name(api, device.handle(), nullptr), -1);
-    // Group options have empty names; an empty name must not match them.
-    EXPECT_EQ(find_option_by_name(api, device.handle(), ""), -1);
+    const std::pair<const char*, SANE_Int> rows[] = {
+        {"restore", fakedriver_find("restore")}, {"mode", 2}, {"no-such-option", -1}, {nullptr, -1},
+        {"", -1}, // groups have empty names; an empty name must not match them
+    };
+    for (const auto& [name, option] : rows)
+        EXPECT_EQ(find_option_by_name(device.api(), device.handle(), name), option) << (name ? name : "null");
 }
