@@ -66,17 +66,10 @@ TEST_F(ConfigPathTest, FollowsTheHomeOverrideAndRefusesSmallBuffers)
 
 TEST_F(ConfigPathTest, HomeComesFromThePasswordDatabaseNotTheEnvironment)
 {
-    const char* const savedHome = std::getenv("HOME");
-    const std::string saved = savedHome ? savedHome : "";
-    setenv("HOME", "/nonexistent/from-environment", 1);
+    const veltest::ScopedEnv home("HOME", "/nonexistent/from-environment");
     ASSERT_EQ(ZyBase_SetHomeDir(nullptr), 0);
     char buf[1024];
-    const int err = ZyBase_GetHomeDir(buf, sizeof(buf));
-    if (savedHome)
-        setenv("HOME", saved.c_str(), 1);
-    else
-        unsetenv("HOME");
-    ASSERT_EQ(err, 0);
+    ASSERT_EQ(ZyBase_GetHomeDir(buf, sizeof(buf)), 0);
     const passwd* const entry = getpwuid(getuid());
     ASSERT_NE(entry, nullptr);
     EXPECT_STREQ(buf, entry->pw_dir);

@@ -66,6 +66,37 @@ inline std::set<std::string> entries(const std::string& dir)
     return names;
 }
 
+// Sets or clears an environment variable and puts it back as it was.
+class ScopedEnv
+{
+public:
+    explicit ScopedEnv(const char* name, const char* value = nullptr) : m_name(name)
+    {
+        const char* const old = std::getenv(name);
+        m_had = old != nullptr;
+        if (old)
+            m_old = old;
+        set(value);
+    }
+    ~ScopedEnv() { set(m_had ? m_old.c_str() : nullptr); }
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+    // Null clears the variable.
+    void set(const char* value) const
+    {
+        if (value)
+            setenv(m_name.c_str(), value, 1);
+        else
+            unsetenv(m_name.c_str());
+    }
+
+private:
+    std::string m_name;
+    std::string m_old;
+    bool m_had = false;
+};
+
 // Runs write with files limited to limit bytes, so that a write past it fails
 // half-way with EFBIG as on a full disk.
 template <class Write>

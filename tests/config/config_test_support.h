@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace cfgtest {
 
@@ -33,6 +34,15 @@ inline std::map<std::string, std::string> allConfigs(gb::sane_config_schm& s)
     std::string value;
     for (bool more = s.first_config(name, value); more; more = s.next_config(name, value))
         all[name] = value;
+    return all;
+}
+
+// The user schemes of a configuration, without the translated default in front.
+inline std::vector<std::string> userSchemes(const gb::scanner_cfg& cfg)
+{
+    std::vector<std::string> all;
+    cfg.get_all_schemes(all);
+    all.erase(all.begin());
     return all;
 }
 

@@ -130,14 +130,6 @@ protected:
         return cfg;
     }
 
-    std::vector<std::string> schemeNames(Config& cfg)
-    {
-        std::vector<std::string> all;
-        cfg.get_all_schemes(all);
-        all.erase(all.begin());
-        return all;
-    }
-
     std::map<std::string, std::string> values(Config& cfg, const char* scheme)
     {
         Ref<Scheme> s(cfg.get_scheme(scheme));
@@ -189,7 +181,7 @@ TEST_F(Converter, ConvertsBothFormsOfOldRecords)
     EXPECT_EQ(m_titleCalls, 7);
 
     auto zy = converted("ZYTRASCAN G72S");
-    EXPECT_EQ(schemeNames(*zy), (std::vector<std::string>{"Office", "Photo"}));
+    EXPECT_EQ(cfgtest::userSchemes(*zy), (std::vector<std::string>{"Office", "Photo"}));
     EXPECT_EQ(zy->get_current_scheme_name(), "Photo");
     EXPECT_EQ(values(*zy, "Office"), (std::map<std::string, std::string>{{"resolution", word(300)}}));
     EXPECT_EQ(values(*zy, "Photo"), (std::map<std::string, std::string>{
@@ -222,7 +214,7 @@ TEST_F(Converter, SchemeRecordWithoutOptionsEndsTheList)
                                        Form::Text)}});
     ASSERT_EQ(convert(), 0);
     auto cfg = converted("Plain");
-    EXPECT_EQ(schemeNames(*cfg), (std::vector<std::string>{"A"}));
+    EXPECT_EQ(cfgtest::userSchemes(*cfg), (std::vector<std::string>{"A"}));
     EXPECT_EQ(cfg->get_current_scheme_name(), Config::user_default_scheme_name());
 }
 

@@ -34,11 +34,9 @@ std::string schemeNames(const char* file)
 {
     Ref<gb::scanner_cfg> cfg(new gb::scanner_cfg);
     cfg->load_file(file);
-    std::vector<std::string> names;
-    cfg->get_all_schemes(names);
     std::string all;
-    for (size_t i = 1; i < names.size(); ++i)
-        all += names[i] + ";";
+    for (const std::string& name : cfgtest::userSchemes(*cfg))
+        all += name + ";";
     return all;
 }
 

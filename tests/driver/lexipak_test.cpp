@@ -1,6 +1,7 @@
 // The language library: code page from the locale, and option texts both ways.
 #include "lexipak.h"
 #include "lexipak_table.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
 
@@ -15,30 +16,12 @@ namespace {
 class language : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        for (int i = 0; i < 3; ++i) {
-            const char* value = std::getenv(k_variables[i]);
-            m_saved[i] = value ? value : "";
-            m_had[i] = value != nullptr;
-            unsetenv(k_variables[i]);
-        }
-        lang_set_code_page(0);
-    }
-    void TearDown() override
-    {
-        for (int i = 0; i < 3; ++i) {
-            if (m_had[i])
-                setenv(k_variables[i], m_saved[i].c_str(), 1);
-            else
-                unsetenv(k_variables[i]);
-        }
-        lang_set_code_page(0);
-    }
+    void SetUp() override { lang_set_code_page(0); }
+    void TearDown() override { lang_set_code_page(0); }
 
-    static constexpr const char* k_variables[3] = {"LC_ALL", "LC_MESSAGES", "LANG"};
-    std::string m_saved[3];
-    bool m_had[3] = {};
+    const veltest::ScopedEnv m_all{"LC_ALL"};
+    const veltest::ScopedEnv m_messages{"LC_MESSAGES"};
+    const veltest::ScopedEnv m_lang{"LANG"};
 };
 
 } // namespace

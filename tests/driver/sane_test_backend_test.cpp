@@ -34,32 +34,16 @@ protected:
     {
         if (std::string(SANE_TEST_BACKEND).empty())
             GTEST_SKIP() << "libsane1's test backend is not installed";
-        veltest::writeFile(m_config.file("test.conf"), "number_of_devices 3\n"
-                                    "mode Gray\n"
-                                    "depth 8\n"
-                                    "enable-test-options true\n");
-        const char* previous = std::getenv("SANE_CONFIG_DIR");
-        m_had_config = previous != nullptr;
-        if (previous)
-            m_previous_config = previous;
-        setenv("SANE_CONFIG_DIR", m_config.path().c_str(), 1);
+        veltest::writeFile(m_config.file("test.conf"),
+                           "number_of_devices 3\nmode Gray\ndepth 8\nenable-test-options true\n");
+        m_config_dir.set(m_config.path().c_str());
         ASSERT_EQ(ZyBase_CreateDll(SANE_TEST_BACKEND, &m_dll), 0);
     }
-
-    void TearDown() override
-    {
-        if (m_dll)
-            ZyBase_DestroyDll(m_dll);
-        if (m_had_config)
-            setenv("SANE_CONFIG_DIR", m_previous_config.c_str(), 1);
-        else
-            unsetenv("SANE_CONFIG_DIR");
-    }
+    void TearDown() override { ZyBase_DestroyDll(m_dll); }
 
     temp_dir m_config;
+    const veltest::ScopedEnv m_config_dir{"SANE_CONFIG_DIR"};
     ZyDll* m_dll = nullptr;
-    bool m_had_config = false;
-    std::string m_previous_config;
 };
 
 } // namespace
