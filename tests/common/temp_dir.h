@@ -45,6 +45,13 @@ private:
     std::string m_path;
 };
 
+// One directory for the whole process, removed when it exits.
+inline const TempDir& processTempDir()
+{
+    static const TempDir dir;
+    return dir;
+}
+
 inline std::string readFile(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);

@@ -34,18 +34,6 @@ protected:
 
 } // namespace
 
-TEST_F(fake_driver, DefaultScriptHasGroupsListsRangesAndAButton)
-{
-    EXPECT_EQ(get_word(0), fakedriver_option_count());
-    EXPECT_EQ(api().sane_get_option_descriptor(handle(), 1)->type, SANE_TYPE_GROUP);
-    const SANE_Option_Descriptor* mode = api().sane_get_option_descriptor(handle(), fakedriver_find("mode"));
-    ASSERT_EQ(mode->constraint_type, SANE_CONSTRAINT_STRING_LIST);
-    EXPECT_STREQ(mode->constraint.string_list[2], "黑白");
-    EXPECT_EQ(mode->constraint.string_list[3], nullptr);
-    EXPECT_EQ(api().sane_get_option_descriptor(handle(), fakedriver_find("restore"))->type, SANE_TYPE_BUTTON);
-    EXPECT_EQ(api().sane_get_option_descriptor(handle(), fakedriver_option_count()), nullptr);
-}
-
 // Values are brought into their constraints and the adjusted value written back.
 TEST_F(fake_driver, ValuesAreBroughtIntoTheirConstraints)
 {

@@ -189,25 +189,3 @@ TEST(LoadSaneDriver, FailuresUnloadAndKeepNothing)
     EXPECT_EQ(LoadSaneDriver("fake", FAKE_DRIVER_PATH, &dll, nullptr), SANE_LOAD_BAD_ARGUMENT);
     EXPECT_EQ(touched(api), "");
 }
-
-// SANE backends export sane_strstatus only under its plain name; their folder
-// is outside the library search path, so the path is what loads them.
-TEST(LoadSaneDriver, RealTestBackendLoadsByPathWithThePlainStrstatus)
-{
-    if (std::string(SANE_TEST_BACKEND).empty())
-        GTEST_SKIP() << "libsane1's test backend is not installed";
-    ZyDll* probe = nullptr;
-    ASSERT_NE(ZyBase_CreateDll("libsane-test.so.1", &probe), 0);
-
-    _sane_api api = sentinel_api();
-    ZyDll* dll = nullptr;
-    int error = -1;
-    ASSERT_EQ(LoadSaneDriver("test", SANE_TEST_BACKEND, &dll, &api, &error), SANE_LOAD_OK);
-    EXPECT_EQ(error, 0);
-    unique_zy_dll owner(dll);
-    loaded_library backend(SANE_TEST_BACKEND);
-    EXPECT_EQ(slot(api, INIT), backend.symbol("sane_test_init"));
-    EXPECT_EQ(slot(api, CONTROL_OPTION), backend.symbol("sane_test_control_option"));
-    EXPECT_EQ(slot(api, STRSTATUS), backend.symbol("sane_strstatus"));
-    EXPECT_EQ(touched(api), "0 1 2 3 4 5 6 7 8 9 11 13 14 ");
-}

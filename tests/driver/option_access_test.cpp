@@ -39,36 +39,25 @@ TEST(SaneValue, ZeroedAtLeastOneWordAndTerminated)
     EXPECT_EQ(sane_value::for_descriptor(broken).size(), 4u);
 }
 
+// Whole values of every size: a string, a word and an int array.
 TEST(OptionAccess, CountAndValuesSizedFromDescriptors)
 {
     fakedriver_device device;
-    const _sane_api& api = device.api();
-
+    const SANE_Int table[] = {0, 64, 128, 192, 255, 7, 8, 9};
+    const int gamma = fakedriver_add_int_array("gamma-table", "Gamma table", "", 8, 0, 255, table);
     SANE_Int count = 0;
-    ASSERT_EQ(read_option_count(api, device.handle(), &count), SANE_STATUS_GOOD);
+    ASSERT_EQ(read_option_count(device.api(), device.handle(), &count), SANE_STATUS_GOOD);
     EXPECT_EQ(count, fakedriver_option_count());
 
-    const int mode = fakedriver_find("mode");
     std::vector<char> value;
-    ASSERT_EQ(read_option_value(api, device.handle(), mode, value), SANE_STATUS_GOOD);
-    const SANE_Option_Descriptor* descriptor = api.sane_get_option_descriptor(device.handle(), mode);
-    ASSERT_NE(descriptor, nullptr);
-    EXPECT_EQ(value.size(), static_cast<std::size_t>(descriptor->size));
+    const int mode = fakedriver_find("mode");
+    ASSERT_EQ(read_option_value(device.api(), device.handle(), mode, value), SANE_STATUS_GOOD);
+    EXPECT_EQ(value.size(), size_t(device.api().sane_get_option_descriptor(device.handle(), mode)->size));
     EXPECT_STREQ(value.data(), "彩色");
-
-    ASSERT_EQ(read_option_value(api, device.handle(), fakedriver_find("resolution"), value),
+    ASSERT_EQ(read_option_value(device.api(), device.handle(), fakedriver_find("resolution"), value),
               SANE_STATUS_GOOD);
     EXPECT_EQ(value.size(), 4u);
     EXPECT_EQ(word_at(value), 200);
-}
-
-TEST(OptionAccess, ArrayOptionIsReadWhole)
-{
-    fakedriver_device device(false);
-    const SANE_Int table[] = {0, 64, 128, 192, 255, 7, 8, 9};
-    const int gamma = fakedriver_add_int_array("gamma-table", "Gamma table", "", 8, 0, 255, table);
-
-    std::vector<char> value;
     ASSERT_EQ(read_option_value(device.api(), device.handle(), gamma, value), SANE_STATUS_GOOD);
     ASSERT_EQ(value.size(), sizeof(table));
     for (std::size_t i = 0; i < 8; ++i)
