@@ -58,10 +58,8 @@ TEST_F(AppCfgTest, DefaultIniValuesRoundTripAndMissingOnesGiveTheDefault)
     EXPECT_FALSE(searchKeyName("default", "mode"));
     EXPECT_FALSE(fs::exists(cfgDir()));
 
-    for (const QString& value : {QString("Color"), QString("彩色 300 dpi"), QString("預設 — été")}) {
-        saveDefaultCfgValue("default", "text", value);
-        EXPECT_EQ(getDefaultCfgValue("default", "text", QString("none")), value);
-    }
+    saveDefaultCfgValue("default", "text", QString("彩色 — été"));
+    EXPECT_EQ(getDefaultCfgValue("default", "text", QString("none")), QString("彩色 — été"));
     EXPECT_TRUE(fs::is_regular_file(cfgDir() + "default.ini"));
     for (int value : {0, -1, -40000, 2147483647}) {
         saveDefaultCfgValue("default", "int", value);

@@ -142,9 +142,8 @@ TEST(SchemeText, RoundTripThroughBase64WithTheVersionStamp)
 TEST(SchemeText, BadTextLeavesNoValues)
 {
     auto s = newScheme();
-    const std::string deep = std::string(5000, '{') + std::string(5000, '}');
     const std::pair<const char*, bool> rows[] = {
-        {"not json", false}, {"@@@###", true}, {nullptr, true}, {"[1,2]", false}, {deep.c_str(), false}};
+        {"not json", false}, {"@@@###", true}, {nullptr, true}, {"[1,2]", false}};
     for (const auto& [text, inBase64] : rows) {
         put(*s, "a", "\x01");
         EXPECT_FALSE(s->load_from_mem(text, inBase64)) << (text ? text : "null");
