@@ -35,9 +35,10 @@
 
 namespace {
 
-// Long enough for a UI thread to close its windows, short enough that a host
-// whose UI thread is stuck in a callback still exits.
-constexpr int kExitWaitMs = 3000;
+// Long enough for a UI thread to finish painting and close its windows on a busy
+// machine (it must not run on while the exit handlers tear Qt down), short enough
+// that a host whose UI thread is stuck in a callback still exits.
+constexpr int kExitWaitMs = 10000;
 
 std::mutex g_mutex;
 Manager* g_manager = nullptr;
