@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -174,11 +175,20 @@ TEST_F(Converter, ConvertsBothFormsOfOldRecords)
         {"威马扫描仪—G8120",
          deviceRecord(-1, {{"Mixed", {{"分辨率", "150", ""}, {"Unknown", "1", ""}}}}, Form::Text)},
         {"Custom Scanner X", deviceRecord(0, {{"Only", {{"颜色模式", "Color", ""}}}}, Form::Nested)},
+        // A scheme record without options ends the list.
+        {"Plain", deviceRecord(2, {{"A", {{"分辨率", "100", ""}}}, {"B", {}, false}, {"C", {}}}, Form::Text)},
+        // Titles never leave the directory.
+        {"../escape/up", deviceRecord(0, {{"A", {}}}, Form::Nested)},
+        {"中晶 without marker", deviceRecord(0, {{"B", {}}}, Form::Nested)},
     });
     const std::string original = cfgtest::readFile(m_old);
 
     ASSERT_EQ(convert(), 0);
-    EXPECT_EQ(m_titleCalls, 7);
+    EXPECT_EQ(m_titleCalls, 8);
+    EXPECT_EQ(veltest::entries(m_dir.path()),
+              (std::set<std::string>{"gamma.bin", "scanner.schm_bk", "ZYTRASCAN G72S.cfg", "Korrin K6 - 6999.cfg",
+                                     "VELMARSCAN V81S.cfg", "Custom Scanner X.cfg", "Plain.cfg",
+                                     ".._escape_up.cfg", "中晶 without marker.cfg"}));
 
     auto zy = converted("ZYTRASCAN G72S");
     EXPECT_EQ(cfgtest::userSchemes(*zy), (std::vector<std::string>{"Office", "Photo"}));
@@ -195,27 +205,15 @@ TEST_F(Converter, ConvertsBothFormsOfOldRecords)
     EXPECT_EQ(vel->get_current_scheme_name(), Config::user_default_scheme_name());
     EXPECT_EQ(values(*vel, "Mixed"), (std::map<std::string, std::string>{{"resolution", word(150)}}));
 
-    auto custom = converted("Custom Scanner X");
-    EXPECT_EQ(custom->get_current_scheme_name(), "Only");
+    EXPECT_EQ(converted("Custom Scanner X")->get_current_scheme_name(), "Only");
+    auto plain = converted("Plain");
+    EXPECT_EQ(cfgtest::userSchemes(*plain), (std::vector<std::string>{"A"}));
+    EXPECT_EQ(plain->get_current_scheme_name(), Config::user_default_scheme_name());
 
     // The old file is kept aside, and the conversion does not run again.
     EXPECT_FALSE(std::filesystem::exists(m_old));
     EXPECT_EQ(cfgtest::readFile(m_old + "_bk"), original);
     EXPECT_EQ(convert(), ENOENT);
-}
-
-TEST_F(Converter, SchemeRecordWithoutOptionsEndsTheList)
-{
-    writeOldFile(m_old, {{"Plain",
-                          deviceRecord(2,
-                                       {{"A", {{"分辨率", "100", ""}}},
-                                        {"B", {}, false},
-                                        {"C", {{"分辨率", "200", ""}}}},
-                                       Form::Text)}});
-    ASSERT_EQ(convert(), 0);
-    auto cfg = converted("Plain");
-    EXPECT_EQ(cfgtest::userSchemes(*cfg), (std::vector<std::string>{"A"}));
-    EXPECT_EQ(cfg->get_current_scheme_name(), Config::user_default_scheme_name());
 }
 
 // Old files not in the expected form stop the conversion with nothing written.
@@ -245,14 +243,4 @@ TEST_F(Converter, MalformedOldFilesStopWithNothingWritten)
         EXPECT_TRUE(std::filesystem::exists(m_old));
         EXPECT_EQ(fileCount(), 1u);
     }
-}
-
-TEST_F(Converter, TitlesNeverLeaveTheDirectory)
-{
-    writeOldFile(m_old, {{"../escape/up", deviceRecord(0, {{"A", {}}}, Form::Nested)},
-                         {"中晶 without marker", deviceRecord(0, {{"B", {}}}, Form::Nested)}});
-    ASSERT_EQ(convert(), 0);
-    EXPECT_TRUE(std::filesystem::exists(m_dir.file(".._escape_up.cfg")));
-    EXPECT_TRUE(std::filesystem::exists(m_dir.file("中晶 without marker.cfg")));
-    EXPECT_EQ(fileCount(), 3u); // the two files and the renamed old one
 }

@@ -137,6 +137,9 @@ TEST_F(fake_driver, ScriptedResultsInexactValuesAndHooks)
     EXPECT_TRUE(info & SANE_INFO_INEXACT);
     EXPECT_STREQ(grey, "黑白");
     EXPECT_FALSE(inactive("threshold"));
+    char again[32] = "灰度";
+    ASSERT_EQ(set(mode, again), SANE_STATUS_GOOD);
+    EXPECT_STREQ(fakedriver_get_string(mode), "灰度") << "an adjustment is one-shot";
 
     // A hook sees successful calls only and may change other options.
     static int calls = 0;
