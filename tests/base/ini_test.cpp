@@ -64,6 +64,7 @@ TEST_F(IniTest, AwkwardKeysAndValuesRoundTrip)
         {"中文键", "中文值 ünïcödé"},
         {"empty", ""},
         {"edges", "  padded  "},
+        {"list", "a, b, c"},
         {"at", "@Variant(x)"},
         {"quotes", "\"quoted\" and \\backslash"},
         {"[brackets]", "[section]"},
@@ -178,6 +179,7 @@ TEST_F(IniTest, EarlierReleasesFilesRead)
     } rows[] = {
         {"; a comment\n[General]\ntop=1\n\n[default]\nname=Velmar Scan\n", "default", "name",
          "Velmar Scan"},
+        {"[default]\ncurves=a, b\n", "default", "curves", "a, b"},
         {"[General]\ntop=1\n[default]\nk=v\n", "default", "top", "DEFAULT"},
         {"[a%20b]\nequals%3Dkey=\"a=b=c\"\n", "a b", "equals=key", "a=b=c"},
         {"[s]\n%U4E2D%U6587%U952E=中文值\n", "s", "中文键", "中文值"},

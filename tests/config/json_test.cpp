@@ -55,6 +55,7 @@ TEST(JsonDocument, ReadsCheckTheNodeType)
     EXPECT_FALSE(d->get_value_as_string("nope", s, true));
     EXPECT_EQ(i, 42);
     EXPECT_EQ(s, "keep");
+    EXPECT_TRUE(d->get_value("s", s) && s == "text");
 
     const struct {
         const char* key;
@@ -242,6 +243,9 @@ TEST(JsonDocument, ArraysReadAsTextsAndSubDocumentsAsCopies)
     EXPECT_EQ(owned->to_string(false), R"({"k":1})");
     owned->set_value("k", 2);
     EXPECT_EQ(d->to_string(false), R"({"arr":[1.9,"s",true,{"k":1}],"n":1,"o":{"k":1}})");
+    gb::json* text = nullptr;
+    ASSERT_TRUE(d->get_value("arr", text));
+    EXPECT_EQ(Ref<gb::json>(text)->to_string(false), R"([1.9,"s",true,{"k":1}])");
     gb::json* none = nullptr;
     EXPECT_FALSE(d->get_value("zz", none));
     EXPECT_EQ(none, nullptr);

@@ -170,14 +170,14 @@ TEST(ScannerConfig, CopyAndRename)
     Ref<Scheme> dup(cfg->copy_scheme("Office"));
     ASSERT_TRUE(dup);
     EXPECT_EQ(dup->get_scheme_name(), "");
-    EXPECT_EQ(valueOf(*cfg, "Office", "resolution"), "1");
+    std::string value;
+    EXPECT_TRUE(dup->get_config("resolution", value) && value == "1");
     Ref<Scheme> office(cfg->get_scheme("Office"));
     EXPECT_EQ(office->get_version(), "4.52"); // stamped by producing its text
     EXPECT_TRUE(dup->is_equal(office.get()));
     EXPECT_EQ(cfg->copy_scheme("nobody"), nullptr);
     EXPECT_EQ(cfg->copy_scheme(nullptr), nullptr);
     Ref<Scheme> defCopy(cfg->copy_scheme(kDefaultName.c_str()));
-    std::string value;
     ASSERT_TRUE(defCopy);
     EXPECT_TRUE(defCopy->get_config("mode", value));
 

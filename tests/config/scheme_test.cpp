@@ -227,6 +227,8 @@ TEST(SchemeSession, CancelRestoresAndCommitKeeps)
     s->begin_setting();
     s->remove_config("a");
     EXPECT_TRUE(s->has_changed()) << "a removal is a change";
+    put(*s, "a", "\x01");
+    EXPECT_FALSE(s->has_changed()) << "the same values again are no change";
     put(*s, "a", "\x05");
     EXPECT_TRUE(s->has_changed());
     s->end_setting(false);
