@@ -8,6 +8,6 @@ add_library(twainui_ui OBJECT
   zy_settingdialog_roundtrip.cpp
   zy_settingdialog_close.cpp
 )
-target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(twainui_ui PUBLIC
-  twainui_config twainui_driver VelBase lexipak Qt5::Widgets Threads::Threads)
+  twainui_headers twainui_config twainui_driver VelBase lexipak Qt5::Widgets Threads::Threads)
