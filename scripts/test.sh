@@ -27,7 +27,7 @@ for pass in $passes; do
   plain)
     build=${BUILD_DIR:-$root/build}
     echo "== plain: $build"
-    BUILD_DIR=$build bash "$root/scripts/build.sh"
+    BUILD_DIR=$build bash "$root/scripts/build.sh" -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=ON
     run_tests "$build"
     ;;
   sanitize)
@@ -39,7 +39,7 @@ for pass in $passes; do
     export LSAN_OPTIONS=suppressions=$root/scripts/lsan.supp:print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     BUILD_DIR=$build bash "$root/scripts/build.sh" -DVEL_SANITIZE=address,undefined \
-      -DVEL_BUILD_BENCH=OFF
+      -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=OFF
     run_tests "$build"
     ;;
   *)
