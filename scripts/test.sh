@@ -27,7 +27,9 @@ for pass in $passes; do
   plain)
     build=${BUILD_DIR:-$root/build}
     echo "== plain: $build"
-    BUILD_DIR=$build bash "$root/scripts/build.sh" -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=ON
+    # /usr: the package test packs this build in Debian's layout.
+    BUILD_DIR=$build bash "$root/scripts/build.sh" -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=ON \
+      -DCMAKE_INSTALL_PREFIX=/usr
     run_tests "$build"
     ;;
   sanitize)
