@@ -5,6 +5,8 @@
 #include <QPainterPath>
 #include <QToolTip>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
@@ -13,29 +15,30 @@ namespace {
 constexpr int kSkinSize = 20; // default skin images are drawn at this size and scaled
 const QColor kBackground(0x50, 0x50, 0x50);
 
-// Keeps the border outside stretch at its size and stretches the inside.
+// Keeps the border outside stretch and stretches the inside; a target thinner
+// than the image shrinks the border in proportion.
 void drawStretched(QPainter& painter, const QRect& target, const QImage& image,
                    const QRect& stretch)
 {
     if (image.isNull() || target.isEmpty())
         return;
-    if (stretch.isNull() || target.width() < image.width() - stretch.width()
-        || target.height() < image.height() - stretch.height()) {
+    if (stretch.isNull()) {
         painter.drawImage(target, image);
         return;
     }
+    const double scale = std::min({1.0, double(target.width()) / image.width(),
+                                   double(target.height()) / image.height()});
     const int sx[] = {0, stretch.left(), stretch.right() + 1, image.width()};
     const int sy[] = {0, stretch.top(), stretch.bottom() + 1, image.height()};
-    const int right = image.width() - sx[2];
-    const int bottom = image.height() - sy[2];
-    const int tx[] = {target.left(), target.left() + sx[1], target.right() + 1 - right,
-                      target.right() + 1};
-    const int ty[] = {target.top(), target.top() + sy[1], target.bottom() + 1 - bottom,
-                      target.bottom() + 1};
+    auto border = [scale](int pixels) { return static_cast<int>(std::lround(pixels * scale)); };
+    const int tx[] = {target.left(), target.left() + border(sx[1]),
+                      target.right() + 1 - border(sx[3] - sx[2]), target.right() + 1};
+    const int ty[] = {target.top(), target.top() + border(sy[1]),
+                      target.bottom() + 1 - border(sy[3] - sy[2]), target.bottom() + 1};
     for (int row = 0; row < 3; ++row) {
         for (int col = 0; col < 3; ++col) {
-            const QRect from(QPoint(sx[col], sy[row]), QPoint(sx[col + 1] - 1, sy[row + 1] - 1));
-            const QRect to(QPoint(tx[col], ty[row]), QPoint(tx[col + 1] - 1, ty[row + 1] - 1));
+            const QRect from(sx[col], sy[row], sx[col + 1] - sx[col], sy[row + 1] - sy[row]);
+            const QRect to(tx[col], ty[row], tx[col + 1] - tx[col], ty[row + 1] - ty[row]);
             if (!from.isEmpty() && !to.isEmpty())
                 painter.drawImage(to, image, from);
         }

@@ -1,5 +1,6 @@
 // Every dialog drawn in English and in Chinese, written where the build keeps
 // its test artifacts, so that people can look at them.
+#include "ZyImgView.h"
 #include "dialog_abnormal_img_select.h"
 #include "dialog_device_select.h"
 #include "dialog_input.h"
@@ -51,6 +52,17 @@ std::unique_ptr<QDialog> abnormalPage()
     return std::make_unique<Dialog_abnormal_img_select>(page.get());
 }
 
+// Zoomed in, so that both painted scroll bars show.
+std::unique_ptr<QDialog> abnormalZoomed()
+{
+    auto dialog = abnormalPage();
+    dialog->show(); // laid out first, so that the zoom starts from the fitted page
+    auto* view = static_cast<Dialog_abnormal_img_select*>(dialog.get())->imageView();
+    for (int i = 0; i < 4; ++i)
+        view->zoomIn();
+    return dialog;
+}
+
 std::unique_ptr<QDialog> input()
 {
     auto dialog = std::make_unique<Dialog_Input>();
@@ -72,6 +84,7 @@ const struct {
      [] { return std::make_unique<Dialog_device_select>(devices{{1, "DS-300", ""}, {2, "DS-300", ""}, {3, "DS-200", ""}}); },
      "Select device", "选择设备"},
     {"abnormal", abnormalPage, "Abnormal image", "异常图像"},
+    {"abnormal_zoomed", abnormalZoomed, "Abnormal image", "异常图像"},
     {"input", input, "Dialog", "输入名称"},
 };
 
