@@ -16,6 +16,103 @@
     </message>
 </context>
 <context>
+    <name>Widget</name>
+    <message>
+        <source>zuobiaozhou</source>
+        <translation>坐标轴</translation>
+    </message>
+</context>
+<context>
+    <name>setPicClrTool</name>
+    <message>
+        <source>自定义色调曲线</source>
+        <translation>自定义色调曲线</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>负片（RGB）</source>
+        <translation>负片（RGB）</translation>
+    </message>
+    <message>
+        <source>彩色负片（RGB）</source>
+        <translation>彩色负片（RGB）</translation>
+    </message>
+    <message>
+        <source>较暗（RGB）</source>
+        <translation>较暗（RGB）</translation>
+    </message>
+    <message>
+        <source>较亮（RGB）</source>
+        <translation>较亮（RGB）</translation>
+    </message>
+    <message>
+        <source>灰</source>
+        <translation>灰</translation>
+    </message>
+    <message>
+        <source>红</source>
+        <translation>红</translation>
+    </message>
+    <message>
+        <source>蓝</source>
+        <translation>蓝</translation>
+    </message>
+    <message>
+        <source>绿</source>
+        <translation>绿</translation>
+    </message>
+    <message>
+        <source>初始化</source>
+        <translation>初始化</translation>
+    </message>
+    <message>
+        <source>输入：</source>
+        <translation>输入：</translation>
+    </message>
+    <message>
+        <source>输出：</source>
+        <translation>输出：</translation>
+    </message>
+</context>
+<context>
+    <name>CutPaperTool</name>
+    <message>
+        <source>自定义扫描区域</source>
+        <translation>自定义扫描区域</translation>
+    </message>
+    <message>
+        <source>纸张尺寸：</source>
+        <translation>纸张尺寸：</translation>
+    </message>
+    <message>
+        <source>DPI(像素/英寸)：</source>
+        <translation>DPI(像素/英寸)：</translation>
+    </message>
+    <message>
+        <source>单位：</source>
+        <translation>单位：</translation>
+    </message>
+    <message>
+        <source>毫米（mm）</source>
+        <translation>毫米（mm）</translation>
+    </message>
+    <message>
+        <source>英寸（in)</source>
+        <translation>英寸（in)</translation>
+    </message>
+    <message>
+        <source>像素（px）</source>
+        <translation>像素（px）</translation>
+    </message>
+    <message>
+        <source>初始化选择区域</source>
+        <translation>初始化选择区域</translation>
+    </message>
+</context>
+<context>
     <name>Dialog_progress_ui</name>
     <message>
         <source>Dialog</source>

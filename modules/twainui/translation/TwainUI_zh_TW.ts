@@ -16,6 +16,103 @@
     </message>
 </context>
 <context>
+    <name>Widget</name>
+    <message>
+        <source>zuobiaozhou</source>
+        <translation>座標軸</translation>
+    </message>
+</context>
+<context>
+    <name>setPicClrTool</name>
+    <message>
+        <source>自定义色调曲线</source>
+        <translation>自訂色調曲線</translation>
+    </message>
+    <message>
+        <source>自定义</source>
+        <translation>自訂</translation>
+    </message>
+    <message>
+        <source>负片（RGB）</source>
+        <translation>負片（RGB）</translation>
+    </message>
+    <message>
+        <source>彩色负片（RGB）</source>
+        <translation>彩色負片（RGB）</translation>
+    </message>
+    <message>
+        <source>较暗（RGB）</source>
+        <translation>較暗（RGB）</translation>
+    </message>
+    <message>
+        <source>较亮（RGB）</source>
+        <translation>較亮（RGB）</translation>
+    </message>
+    <message>
+        <source>灰</source>
+        <translation>灰</translation>
+    </message>
+    <message>
+        <source>红</source>
+        <translation>紅</translation>
+    </message>
+    <message>
+        <source>蓝</source>
+        <translation>藍</translation>
+    </message>
+    <message>
+        <source>绿</source>
+        <translation>綠</translation>
+    </message>
+    <message>
+        <source>初始化</source>
+        <translation>初始化</translation>
+    </message>
+    <message>
+        <source>输入：</source>
+        <translation>輸入：</translation>
+    </message>
+    <message>
+        <source>输出：</source>
+        <translation>輸出：</translation>
+    </message>
+</context>
+<context>
+    <name>CutPaperTool</name>
+    <message>
+        <source>自定义扫描区域</source>
+        <translation>自訂掃描區域</translation>
+    </message>
+    <message>
+        <source>纸张尺寸：</source>
+        <translation>紙張尺寸：</translation>
+    </message>
+    <message>
+        <source>DPI(像素/英寸)：</source>
+        <translation>DPI(像素/英吋)：</translation>
+    </message>
+    <message>
+        <source>单位：</source>
+        <translation>單位：</translation>
+    </message>
+    <message>
+        <source>毫米（mm）</source>
+        <translation>毫米（mm）</translation>
+    </message>
+    <message>
+        <source>英寸（in)</source>
+        <translation>英吋（in)</translation>
+    </message>
+    <message>
+        <source>像素（px）</source>
+        <translation>像素（px）</translation>
+    </message>
+    <message>
+        <source>初始化选择区域</source>
+        <translation>初始化選擇區域</translation>
+    </message>
+</context>
+<context>
     <name>Dialog_progress_ui</name>
     <message>
         <source>Dialog</source>
