@@ -19,6 +19,8 @@ constexpr float kSame = 0.001f;
 ZyImgView::ZyImgView(QWidget* parent)
     : QWidget(parent)
 {
+    // Every pixel is painted here: Qt need not clear the background first.
+    setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::ClickFocus);
     setMouseTracking(true);
     setAcceptDrops(true);

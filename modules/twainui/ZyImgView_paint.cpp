@@ -167,7 +167,7 @@ void ZyImgView::setNullScrollImage(const QImage& corner)
 void ZyImgView::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), kBackground);
+    QRegion background(rect());
     if (hasShownImage()) {
         // Only the visible part of the image is drawn, scaled from its source pixels.
         const QRectF shown(m_showRect.left, m_showRect.top, m_showRect.width(),
@@ -181,8 +181,15 @@ void ZyImgView::paintEvent(QPaintEvent*)
                                 visible.height() * sy);
             painter.setRenderHint(QPainter::SmoothPixmapTransform, m_highQuality);
             painter.drawImage(visible, m_qimage, source);
+            background -= QRect(QPoint(int(std::ceil(visible.left())), int(std::ceil(visible.top()))),
+                                QPoint(int(std::floor(visible.right())) - 1,
+                                       int(std::floor(visible.bottom())) - 1));
         }
     }
+    // The margins come after the image: a fill before it sends Qt's smooth
+    // scaling down a path twice as slow.
+    for (const QRect& margin : background)
+        painter.fillRect(margin, kBackground);
     paintScrollBars(painter);
 }
 
