@@ -14,14 +14,15 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 shift || true
 build=${VEL_FUZZ_BUILD_DIR:-$(dirname "$root")/build-fuzz}
-all_targets=(fuzz_base64 fuzz_json fuzz_scheme fuzz_scanner_cfg fuzz_update)
+all_targets=(fuzz_base64 fuzz_json fuzz_scheme fuzz_scanner_cfg fuzz_update fuzz_ini)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=("${all_targets[@]}")
 
-# Longest input per target: configuration files are base64 text of JSON.
+# Longest input per target: configuration files are base64 text of JSON; INI
+# files are a few kilobytes of text.
 max_len() {
   case "$1" in
-    fuzz_base64 | fuzz_json) echo 8192 ;;
+    fuzz_base64 | fuzz_json | fuzz_ini) echo 8192 ;;
     *) echo 16384 ;;
   esac
 }

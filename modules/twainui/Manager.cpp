@@ -48,12 +48,16 @@ QWidget* ownerWidget(void* handle)
 
 Manager::Manager()
 {
-    qRegisterMetaType<ZyImage>("ZyImage");
+    // A host thread may make the manager; it serves from the application's thread,
+    // so it moves there before it builds anything.
+    moveToThread(QCoreApplication::instance()->thread());
+    registerRequestTypes();
 
     connect(this, &Manager::init, this, &Manager::on_init);
     connect(this, &Manager::createMessageBoxUi, this, &Manager::on_createMessageBoxUi);
     connect(this, &Manager::deleteMessageBoxUi, this, &Manager::on_deleteMessageBoxUi);
 
+    // At once on the application's thread; queued from any other, ahead of every request.
     emit init();
 }
 
@@ -61,6 +65,39 @@ Manager::~Manager()
 {
     QCoreApplication::removeTranslator(&m_translator);
     QCoreApplication::removeTranslator(&m_qtTranslator);
+}
+
+void Manager::registerRequestTypes()
+{
+    qRegisterMetaType<ZyImage>("ZyImage");
+    qRegisterMetaType<MessageBoxRequest>();
+}
+
+Manager::Busy::Busy(Manager* manager) : m_manager(manager)
+{
+    ++m_manager->m_busy;
+}
+
+Manager::Busy::~Busy()
+{
+    if (--m_manager->m_busy > 0 || m_manager->m_state != State::Retired)
+        return;
+    // Still inside the outermost slot, and maybe inside the export that emitted it:
+    // the deletion waits for the event loop.
+    m_manager->m_state = State::Deleting;
+    Manager* const manager = m_manager;
+    QMetaObject::invokeMethod(QCoreApplication::instance(), [manager] { delete manager; },
+                              Qt::QueuedConnection);
+}
+
+void Manager::retire()
+{
+    if (m_state != State::Serving)
+        return;
+    if (m_busy == 0)
+        delete this;
+    else
+        m_state = State::Retired;
 }
 
 void Manager::on_init()
@@ -81,29 +118,19 @@ void Manager::on_init()
     }
 }
 
-int Manager::showMessageBoxUi(void* parent, int kind, void* text, int flags)
+int Manager::showMessageBoxUi(void* parent, int kind, const char* text, int flags)
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_requestMutex);
-        m_msgParent = parent;
-        m_msgKind = kind;
-        m_msgText = text ? static_cast<const char*>(text) : "";
-        m_msgFlags = flags;
-    }
-    emit createMessageBoxUi(nullptr);
+    emit createMessageBoxUi(MessageBoxRequest{parent, kind, text ? text : "", flags});
     return 0;
 }
 
-void Manager::on_createMessageBoxUi(void*)
+void Manager::on_createMessageBoxUi(const MessageBoxRequest& request)
 {
-    QString text;
-    void* owner = nullptr;
-    {
-        const std::lock_guard<std::mutex> lock(m_requestMutex);
-        text = QString::fromStdString(m_msgText);
-        owner = m_msgParent;
-    }
-    QMessageBox box(QMessageBox::Critical, tr("Prompt"), text, QMessageBox::Ok, ownerWidget(owner));
+    const Busy busy(this);
+    if (busy.retired())
+        return;
+    QMessageBox box(QMessageBox::Critical, tr("Prompt"), QString::fromStdString(request.text),
+                    QMessageBox::Ok, ownerWidget(request.parent));
     box.setWindowFlags(Qt::WindowFlags(kMessageBoxFlags));
     box.exec();
 }
@@ -130,9 +157,5 @@ void Manager::on_deleteMessageBoxUi(void*)
 
 void Manager::clear_functions()
 {
-    const std::lock_guard<std::mutex> lock(m_requestMutex);
-    m_settingCallback = nullptr;
-    m_progressCallback = nullptr;
-    m_settingNotify = nullptr;
-    m_progressNotify = nullptr;
+    // A message box holds no callback of the host's.
 }

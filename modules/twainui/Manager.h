@@ -1,6 +1,19 @@
 // The one object through which the exports reach the user interface. It lives on
-// the UI thread; requests store their arguments here and emit a signal, and the
-// matching slot builds the window on the manager's thread.
+// the thread that owns the Qt application (the library's own UI thread, or the
+// host's GUI thread) and builds, shows and deletes every window there.
+//
+// Requests. Each kind of window has a request value below: copies of every
+// argument the host passed (strings as std::string, lists as vectors, callbacks
+// as std::function), registered as a meta type. A show* call builds the request
+// and emits the create* signal with it; the connection is automatic, so the
+// on_create* slot runs at once when the caller is on the manager's thread (a
+// host-owned modal window has its result on return) and otherwise later, from the
+// copy that the queued signal carries. Two requests in a row never share fields.
+// To add a window: a request struct here, Q_DECLARE_METATYPE for it, its
+// registration in registerRequestTypes(), the signal and slot taking it, and a
+// slot that starts with `const Busy busy(this); if (busy.retired()) return;`.
+//
+// Reaching the manager from other code: see ManagerAccess at the end.
 #ifndef MANAGER_H
 #define MANAGER_H
 
@@ -13,17 +26,18 @@
 
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 Q_DECLARE_OPAQUE_POINTER(ZyImage)
 Q_DECLARE_METATYPE(ZyImage)
 
-namespace gb {
-class scanner_cfg;
-}
-class zy_settingdialog;
-class Dialog_progress_ui;
+struct MessageBoxRequest {
+    void* parent = nullptr; // the host's owner handle, only compared on the UI thread
+    int kind = 0;           // reserved by the interface
+    std::string text;       // UTF-8
+    int flags = 0;          // reserved by the interface
+};
+Q_DECLARE_METATYPE(MessageBoxRequest)
 
 class Manager : public QObject
 {
@@ -33,11 +47,17 @@ public:
     Manager();
     ~Manager() override;
 
-    int showMessageBoxUi(void* parent, int kind, void* text, int flags);
+    int showMessageBoxUi(void* parent, int kind, const char* text, int flags);
     void closeSettingUi();
     void closeProgressUi();
     void closeMessageBoxUi();
+    // Open windows forget the host's callbacks; runs on the manager's thread.
     void clear_functions();
+
+    // On the manager's thread, once no ManagerAccess can reach it any more: deleted
+    // at once when no slot is running, else as soon as the outermost slot returns.
+    // Requests that arrive in between are dropped.
+    void retire();
 
     int codePage() const { return m_codePage; }
 
@@ -46,7 +66,7 @@ signals:
     void createDeviceSelect(void*);
     void createSettingUi(void*);
     void createProgressUi(void*);
-    void createMessageBoxUi(void*);
+    void createMessageBoxUi(const MessageBoxRequest&);
     void createTwainSrcUi(void*);
     void createSaneSrcUi(void*);
     void createAbnormalImgUi(void*, ZyImage);
@@ -56,53 +76,81 @@ signals:
 
 private slots:
     void on_init();
-    void on_createMessageBoxUi(void*);
+    void on_createMessageBoxUi(const MessageBoxRequest& request);
     void on_deleteMessageBoxUi(void*);
 
 private:
-    QTranslator m_translator;
-    QTranslator m_qtTranslator;
+    // Held by every slot for as long as it (and the modal loop it may run) is on
+    // the stack: a retired manager is deleted only when none is.
+    class Busy
+    {
+    public:
+        explicit Busy(Manager* manager);
+        ~Busy();
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+        bool retired() const { return m_manager->m_state != State::Serving; }
+
+    private:
+        Manager* const m_manager;
+    };
+    enum class State { Serving, Retired, Deleting };
+
+    static void registerRequestTypes();
+
+    QTranslator m_translator{this};
+    QTranslator m_qtTranslator{this};
     int m_codePage = 0;
 
-    std::vector<_dev_que_ui> m_devices;
-    int m_devId = 0;
+    // Fields only for results that the exports read back (a modal window's choice)
+    // and for the open windows; requests carry everything else.
 
-    zy_settingdialog* m_settingUi = nullptr;
-    void* m_device = nullptr;
-    void* m_parent = nullptr;
-    _sane_api m_saneApi{};
-    std::string m_devName;
-    bool m_withScan = false;
-    gb::scanner_cfg* m_scannerCfg = nullptr;
-    ui_result_callback m_settingCallback;
-    ui_event_callback* m_settingNotify = nullptr;
+    int m_busy = 0;
+    State m_state = State::Serving;
+};
 
-    Dialog_progress_ui* m_progressUi = nullptr;
-    quintptr m_progressParent = 0;
-    ui_result_callback m_progressCallback;
-    ui_event_callback* m_progressNotify = nullptr;
+// How code on any thread reaches the manager: the exports, and the handlers of
+// scan events that the host calls from its scanning thread at any moment.
+//
+// The manager is deleted only on its own thread, and only once nobody can reach
+// it: close_ui(-1) on a host-owned application and process exit first unpublish
+// it under the lock this class takes. So while a ManagerAccess is held, the
+// manager it names stays alive.
+//
+//   void Dialog_progress_ui::FuncNotify(int code, void* data, int status)
+//   {
+//       const ManagerAccess manager;  // no manager: nothing is open to notify
+//       if (manager)                  // copy data now: the host's buffer is gone later
+//           manager->notifyProgress(code, data ? static_cast<const char*>(data) : "", status);
+//   }
+//
+// where notifyProgress emits a signal with a request value, and the slot, on the
+// manager's thread, looks the open dialog up (m_progressUi) and acts on it if it
+// is still there. Never read a dialog pointer off the manager's thread.
+//
+// On the manager's own thread the access holds no lock: the caller may run a
+// modal window (even one inside which close_ui(-1) is called; Busy defers the
+// deletion). On any other thread it holds the lock until it goes out of scope:
+// only emit signals then (they are queued and return at once); never wait for
+// the UI thread, call into the host, or take a second access.
+class ManagerAccess
+{
+public:
+    enum Mode {
+        Find, // the current manager, or none
+        Start // the exports: start the UI first if it has not started (Init)
+    };
+    explicit ManagerAccess(Mode mode = Find);
+    ManagerAccess(const ManagerAccess&) = delete;
+    ManagerAccess& operator=(const ManagerAccess&) = delete;
 
-    void* m_msgParent = nullptr;
-    int m_msgKind = 0;
-    std::string m_msgText;
-    int m_msgFlags = 0;
+    explicit operator bool() const { return m_manager != nullptr; }
+    Manager* operator->() const { return m_manager; }
+    Manager* get() const { return m_manager; }
 
-    std::vector<TW_IDENTITY> m_twainSources;
-    std::string m_twainDefault;
-    QWidget* m_twainParent = nullptr;
-    TW_IDENTITY m_twainChosen{};
-
-    std::vector<std::pair<std::string, std::string>> m_saneLibs;
-    QWidget* m_saneParent = nullptr;
-    ZyDll* m_saneDll = nullptr;
-    _sane_api m_saneLibApi{};
-    std::string m_saneManuName;
-
-    int m_abnormalResult = 0;
-
-    // Host threads write the request fields while the UI thread reads them; a
-    // torn string would crash, so each hand-over holds this briefly.
-    std::mutex m_requestMutex;
+private:
+    std::unique_lock<std::mutex> m_lock;
+    Manager* m_manager = nullptr;
 };
 
 #endif

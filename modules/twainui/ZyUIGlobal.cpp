@@ -4,12 +4,15 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <cerrno>
 #include <vector>
 
 namespace {
 
 constexpr unsigned int kPathBytes = 512;
 constexpr unsigned int kValueBytes = 512;
+constexpr size_t kMaxValueBytes = 1u << 30;
 
 IniFile configIni()
 {
@@ -31,12 +34,19 @@ QString IniFile::value(const char* app, const char* key, const QString& def,
 {
     if (!available())
         return def;
-    std::vector<char> buf(bufBytes);
     const std::string defText = getStdString(def);
-    if (ZyBase_GetProfileString(m_path.c_str(), app, key, defText.c_str(), buf.data(),
-                                bufBytes) != 0)
-        return def;
-    return QString::fromUtf8(buf.data());
+    // bufBytes is only where the search starts: a value longer than it is read
+    // again into a bigger buffer, never taken for a failure.
+    std::vector<char> buf(std::max(bufBytes, 64u));
+    for (;;) {
+        const int err = ZyBase_GetProfileString(m_path.c_str(), app, key, defText.c_str(),
+                                                buf.data(), unsigned(buf.size()));
+        if (err == 0)
+            return QString::fromUtf8(buf.data());
+        if (err != ERANGE || buf.size() >= kMaxValueBytes)
+            return def;
+        buf.resize(buf.size() * 2);
+    }
 }
 
 int IniFile::value(const char* app, const char* key, int def) const

@@ -33,6 +33,7 @@ class IniFile
 public:
     IniFile(const std::string& dir, const char* name);
 
+    // Values of any length: bufBytes is the first buffer tried.
     QString value(const char* app, const char* key, const QString& def,
                   unsigned int bufBytes) const;
     int value(const char* app, const char* key, int def) const;

@@ -781,6 +781,32 @@ bool same_members(json* left, json* right)
     return pending.empty();
 }
 
+// Parses a scheme's values, keeping the members a scheme can address by option
+// name: a key without "/" (a path separator), each key once (the first member is
+// the one lookups find, so later repeats would only resurface once it is
+// removed). The keys of dropped members are appended to dropped, one per line.
+// Null when the text is not an object.
+cJSON* addressable_values(const char* text, std::string* dropped)
+{
+    cJSON* root = cJSON_Parse(text);
+    if (!cJSON_IsObject(root)) {
+        cJSON_Delete(root);
+        return nullptr;
+    }
+    std::unordered_set<std::string> seen;
+    for (cJSON* item = root->child; item;) {
+        cJSON* const next = item->next;
+        const std::string key = item->string ? item->string : "";
+        if (key.empty() || key.find('/') != std::string::npos || !seen.insert(key).second) {
+            if (dropped)
+                dropped->append(key).append("\r\n");
+            cJSON_Delete(cJSON_DetachItemViaPointer(root, item));
+        }
+        item = next;
+    }
+    return root;
+}
+
 // Leading integer of a version text, 0 when there is none.
 int version_part(const std::string& text, size_t from)
 {
@@ -878,9 +904,19 @@ bool sane_config_schm::load_from_mem(const char* text, bool in_base64)
         source = plain.c_str();
     }
     clear();
-    ref_ptr<json> doc(new json(source));
-    if (!doc->is_object())
+    return attach_values(source, nullptr);
+}
+
+bool sane_config_schm::attach_values(const char* text, std::string* dropped)
+{
+    cJSON* root = addressable_values(text, dropped);
+    ref_ptr<json> doc(new json);
+    const bool attached = root && doc->attach_cjson(root);
+    cJSON_Delete(root);
+    if (!attached)
         return false;
+    if (jsn_)
+        jsn_->release();
     jsn_ = doc.release();
     return true;
 }
@@ -947,9 +983,10 @@ void sane_config_schm::config_changed(const char* name, const char* data, size_t
     if (extra) {
         values()->set_value(data_name.c_str(), text);
     } else if (text == default_value(name)) {
-        if (jsn_) {
-            jsn_->remove(name);
-            jsn_->remove(data_name.c_str());
+        // change_key may have repeated a name: none of its members may stay.
+        while (jsn_ && jsn_->remove(name)) {
+        }
+        while (jsn_ && jsn_->remove(data_name.c_str())) {
         }
     } else {
         values()->set_value(name, text);
@@ -1070,6 +1107,8 @@ void sane_config_schm::update(bool (*discard)(int sn, void* param), void* param,
             if (title_to_name)
                 jsn_->change_key(key.c_str(), title_to_name(title.c_str()));
         }
+        // Two titles may give one name, or a title no usable name.
+        attach_values(jsn_->to_string(false).c_str(), discarded);
         changed = true;
     }
 
@@ -1078,7 +1117,8 @@ void sane_config_schm::update(bool (*discard)(int sn, void* param), void* param,
             const int sn = id_from_name(key.c_str());
             if (sn != -1 && !(discard && discard(sn, param)))
                 continue;
-            jsn_->remove(key.c_str());
+            if (!jsn_->remove(key.c_str()))
+                continue;
             changed = true;
             if (discarded)
                 discarded->append(key).append("\r\n");
@@ -1159,6 +1199,21 @@ bool sane_config_schm::hex_char(const char* two, unsigned char* byte)
 // ---- scanner_cfg ------------------------------------------------------------
 
 namespace {
+
+// A name the scheme panel can show and the user can pick again: no control
+// characters (a NUL among them), C1 controls in UTF-8 included.
+bool is_scheme_name(const std::string& name)
+{
+    for (size_t i = 0; i < name.size(); ++i) {
+        const auto c = static_cast<unsigned char>(name[i]);
+        const bool c1 = c == 0xC2 && i + 1 < name.size()
+            && static_cast<unsigned char>(name[i + 1]) >= 0x80
+            && static_cast<unsigned char>(name[i + 1]) <= 0x9F;
+        if (c < 0x20 || c == 0x7F || c1)
+            return false;
+    }
+    return !name.empty();
+}
 
 std::string scheme_text(sane_config_schm* schm)
 {
@@ -1345,8 +1400,8 @@ void scanner_cfg::walk_sibling_schemes(json& doc)
         }
         const std::string name = sane_config_schm::from_hex_letter(key.data(), key.size());
         const bool is_default = name == default_setting_name_;
-        // Names stay unique and non-empty, as add_scheme keeps them.
-        if (name.empty() || (is_default ? found_default != nullptr : listed.count(name) > 0))
+        // Names stay unique and showable, as add_scheme keeps them.
+        if (!is_scheme_name(name) || (is_default ? found_default != nullptr : listed.count(name) > 0))
             continue;
         ref_ptr<sane_config_schm> schm(new sane_config_schm);
         if (!schm->load_from_mem(text.c_str(), false))
@@ -1472,7 +1527,7 @@ bool scanner_cfg::add_scheme(sane_config_schm* schm, const char* name)
         return false;
     const std::string key = name && *name ? std::string(name) : schm->get_scheme_name();
     // The default scheme's name is refused too: the file keys it separately.
-    if (key.empty() || key == global_name_ || key == default_setting_name_
+    if (!is_scheme_name(key) || key == global_name_ || key == default_setting_name_
         || index_of(key.c_str()) >= 0)
         return false;
     schemes_.push_back({key, schm});
@@ -1529,8 +1584,8 @@ sane_config_schm* scanner_cfg::copy_scheme(const char* cp_from_name)
 
 bool scanner_cfg::rename_scheme(const char* from, const char* to)
 {
-    if (!to || !*to || strcmp(to, global_name_) == 0 || strcmp(to, default_setting_name_) == 0
-        || index_of(to) >= 0)
+    if (!to || !is_scheme_name(to) || strcmp(to, global_name_) == 0
+        || strcmp(to, default_setting_name_) == 0 || index_of(to) >= 0)
         return false;
     const int index = index_of(from);
     if (index < 0)
@@ -1571,9 +1626,15 @@ int scanner_cfg::update(const char* file, _update_func* func)
         devices.emplace_back(safe_file_name(device_name_from_title(title)), std::move(cfg));
     }
 
+    // Titles that differ may standardise to one name: later devices get a
+    // numbered name of their own instead of overwriting the first.
     const std::string dir = directory_of(file);
+    std::unordered_set<std::string> taken;
     for (auto& [name, cfg] : devices) {
-        const int err = cfg->save((dir + name + ".cfg").c_str());
+        std::string unique = name;
+        for (int n = 2; !taken.insert(unique).second; ++n)
+            unique = name + "_" + std::to_string(n);
+        const int err = cfg->save((dir + unique + ".cfg").c_str());
         if (err != 0)
             return err;
     }

@@ -184,6 +184,8 @@ private:
     void clear();
     json* values();
     bool walk_config(bool first, std::string& name, std::string& value);
+    // Replaces the values by text's addressable members; see the implementation.
+    bool attach_values(const char* text, std::string* dropped);
 
     std::string scheme_name_;
     scanner_cfg* scanner_ = nullptr;

@@ -1,116 +1,239 @@
-// The exported functions and the lazy start of the UI thread.
+// The exported functions, the lazy start of the UI thread, and the manager's
+// lifetime against hosts that exit, unload us and call from any thread.
+//
+// Synchronisation, and why each piece exists:
+// - g_mutex guards the module state below. Two host threads must not both start a
+//   UI thread or make a manager; and a host thread that emits a request to the
+//   manager holds it, because teardown (close_ui(-1) on a host-owned application,
+//   process exit) unpublishes the manager under it before deleting it on its own
+//   thread. It is held only to read or swap these fields and to post an event;
+//   never across a modal window or a wait for the UI thread, with one exception:
+//   Init waits for the UI thread's start-up under it, which the UI thread can
+//   finish without it.
+// - g_event is the start-up handshake: the new UI thread hands the manager over.
+// - Manager::Busy (no lock, one thread) defers deleting a manager while one of its
+//   slots, and the modal loop it may run, is still on the stack.
+// - Process exit stops the library's own UI thread and waits for it, bounded, so
+//   that it does not run while the exit handlers tear down Qt's globals: from a
+//   thread-local object of the main thread, which goes before any exit handler,
+//   or else from an exit handler, which can only park the thread where it stands.
+// Everything else crosses threads as copies inside queued signals.
 #include "Manager.h"
 
 #include <veltwainui/twainui.h>
 #include <ZyBase.h>
 
 #include <QApplication>
+#include <QPixmapCache>
+#include <QThread>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
+#include <unistd.h>
+
 namespace {
 
-// Written by the UI thread, read by host threads.
-std::atomic<Manager*> g_manager{nullptr};
+// Long enough for a UI thread to close its windows, short enough that a host
+// whose UI thread is stuck in a callback still exits.
+constexpr int kExitWaitMs = 3000;
+
+std::mutex g_mutex;
+Manager* g_manager = nullptr;
 ZyThread g_hThread = nullptr;
 ZyEvent g_event = nullptr;
-std::atomic<bool> g_processExiting{false};
+// Compared by native id: asking Qt for a host thread's QThread would give that
+// thread Qt data, which the host's main thread never frees.
+Qt::HANDLE g_uiThreadId = nullptr;
+// The own UI thread has been told to stop (process exit): nothing starts again.
+bool g_uiStopping = false;
 
-void ThreadFunc(void*)
+void ThreadFunc(void* handOver)
 {
     int argc = 0;
     auto* app = new QApplication(argc, nullptr);
     // Closing a dialog must never end the loop: the thread serves the whole process.
     QApplication::setQuitOnLastWindowClosed(false);
-    g_manager = new Manager();
+    // The pixmap cache is a global with a timer on this thread. Made now, it outlives
+    // the exit handler that Init registers, which stops that timer here.
+    QPixmapCache::find(QString(), nullptr);
+    auto* manager = new Manager();
+    g_uiThreadId = QThread::currentThreadId();
+    *static_cast<Manager**>(handOver) = manager;
     ZyBase_SetEvent(g_event);
 
+    // Ends at process exit; every nested modal loop ends with it.
     QApplication::exec();
 
-    // Some of Qt's globals may already be gone when the process is exiting;
-    // the memory goes with the process anyway.
-    if (g_processExiting)
-        return;
-    delete g_manager.exchange(nullptr);
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        g_uiStopping = true;
+        g_manager = nullptr;
+    }
+    delete manager;
     delete app;
 }
 
-// At process exit the UI thread must stand still before the exit handlers tear
-// down Qt's globals under it: its loop is ended and it returns at once.
-void stopUiThread()
+// Stops the library's own UI thread while the process exits. With Qt intact the
+// thread closes its windows, deletes the manager and the application, and ends;
+// when some of Qt's globals may already be gone it must not unwind into them, so
+// it stops where it stands for the rest of the process.
+void stopUiThread(bool qtIntact)
 {
-    if (!g_hThread || !QCoreApplication::instance())
+    ZyThread thread = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        if (!g_hThread || g_uiStopping)
+            return;
+        g_uiStopping = true;
+        g_manager = nullptr;
+        thread = g_hThread;
+    }
+    QCoreApplication* const app = QCoreApplication::instance();
+    // A host callback on the UI thread that ends the process: nothing else runs there.
+    if (QThread::currentThreadId() == g_uiThreadId)
         return;
-    g_processExiting = true;
-    QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
-                              Qt::QueuedConnection);
-    ZyBase_WaitThread(g_hThread, 5000);
+    if (qtIntact) {
+        QMetaObject::invokeMethod(app, &QCoreApplication::quit, Qt::QueuedConnection);
+        ZyBase_WaitThread(thread, kExitWaitMs);
+        return;
+    }
+    ZyEvent parked = nullptr;
+    if (ZyBase_CreateEvent(1, 0, &parked) != 0)
+        return;
+    QMetaObject::invokeMethod(app, [parked] {
+        // Its timer would otherwise be stopped from the exiting thread, with a warning.
+        QPixmapCache::clear();
+        ZyBase_SetEvent(parked);
+        for (;;)
+            pause();
+    }, Qt::QueuedConnection);
+    if (ZyBase_WaitEvent(parked, kExitWaitMs) == 0)
+        ZyBase_DestroyEvent(parked);
 }
 
-void Init()
-{
-    // Two host threads must not both start a UI thread.
-    static std::mutex start_mutex;
-    const std::lock_guard<std::mutex> lock(start_mutex);
+// The thread that calls exit() destroys its thread-local objects before any exit
+// handler runs, so before Qt's globals go. Hosts end from their main thread, so
+// loading the library there, or any export made there, leaves this behind to
+// stop the UI thread first. It does nothing unless the UI thread runs.
+struct MainThreadExit {
+    ~MainThreadExit() { stopUiThread(true); }
+};
 
+bool watchMainThreadExit()
+{
+    if (getpid() != gettid())
+        return false;
+    thread_local MainThreadExit watch;
+    (void)watch;
+    return true;
+}
+
+[[maybe_unused]] const bool g_watchingFromLoad = watchMainThreadExit();
+
+// With g_mutex held. Null when the UI has been stopped for good.
+Manager* Init()
+{
+    if (g_uiStopping)
+        return nullptr;
     if (QCoreApplication::instance()) {
         if (!g_manager)
             g_manager = new Manager();
-        return;
+        return g_manager;
     }
 
-    std::atexit(stopUiThread);
+    Manager* started = nullptr;
     ZyBase_CreateEvent(1, 0, &g_event);
-    ZyBase_OpenThread(ThreadFunc, nullptr, &g_hThread);
+    ZyBase_OpenThread(ThreadFunc, &started, &g_hThread);
     ZyBase_WaitEvent(g_event, ZYBASE_INFINITE);
     // Fatal in every build: nothing works without the manager.
-    if (nullptr == g_manager) {
+    if (nullptr == started) {
         std::fprintf(stderr, "%s:%d: void Init(): Assertion `nullptr != g_manager' failed.\n",
                      __FILE__, __LINE__);
         std::abort();
     }
+    g_manager = started;
+    // A host that exits from a thread without the watch above: registered after the
+    // globals that start-up made, so it runs before they go; those made later may be
+    // gone already, and the UI thread may have run into them.
+    std::atexit([] { stopUiThread(false); });
+    return g_manager;
+}
+
+// close_ui(-1): a host-owned manager is let go and deleted on its own thread; the
+// next export makes a fresh one. The library's own manager stays: a second Qt
+// application cannot be made in one process.
+void retireHostManager(Manager* manager)
+{
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        // Compared only: another close_ui(-1) may have let it go already.
+        if (g_hThread || g_manager != manager)
+            return;
+        g_manager = nullptr;
+    }
+    // Unpublished by us, so only we retire it; it is alive until then.
+    if (manager->thread() == QThread::currentThread())
+        manager->retire();
+    else
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [manager] { manager->retire(); },
+                                  Qt::QueuedConnection);
 }
 
 } // namespace
+
+ManagerAccess::ManagerAccess(Mode mode) : m_lock(g_mutex)
+{
+    watchMainThreadExit();
+    m_manager = mode == Start ? Init() : g_manager;
+    // On its own thread nobody else deletes it, and the caller may run a modal loop.
+    const bool onItsThread = g_hThread ? QThread::currentThreadId() == g_uiThreadId
+                                       : m_manager && m_manager->thread() == QThread::currentThread();
+    if (m_manager && onItsThread)
+        m_lock.unlock();
+}
 
 extern "C" {
 
 int show_messagebox_ui(void* parent, int kind, const char* message, int flags)
 {
-    Init();
-    return g_manager.load()->showMessageBoxUi(parent, kind, const_cast<char*>(message), flags);
+    const ManagerAccess manager(ManagerAccess::Start);
+    return manager ? manager->showMessageBoxUi(parent, kind, message, flags) : 0;
 }
 
 int close_ui(int which)
 {
-    Manager* manager = g_manager;
-    if (!manager)
-        return 0;
-
-    if (which & 1)
-        manager->closeProgressUi();
-    if (which & 2)
-        manager->closeSettingUi();
-    if (which & 4) {
-        manager->closeMessageBoxUi();
-        if (which == -1) {
-            manager->clear_functions();
-            // A second Qt application cannot be made in one process, so our own
-            // thread and its manager stay; a host-owned manager is made afresh.
-            if (!g_hThread)
-                delete g_manager.exchange(nullptr);
+    Manager* current = nullptr;
+    {
+        const ManagerAccess manager;
+        if (!manager)
+            return 0;
+        current = manager.get();
+        if (which & 1)
+            manager->closeProgressUi();
+        if (which & 2)
+            manager->closeSettingUi();
+        if (which & 4) {
+            manager->closeMessageBoxUi();
+            if (which == -1)
+                QMetaObject::invokeMethod(current, &Manager::clear_functions);
         }
     }
+    if (which == -1)
+        retireHostManager(current);
     return 0;
 }
 
 void pump_ui_message()
 {
-    if (QCoreApplication::instance())
-        QCoreApplication::processEvents(QEventLoop::AllEvents);
+    {
+        // The own UI thread's application is deleted at exit.
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        if (g_uiStopping || !QCoreApplication::instance())
+            return;
+    }
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
 }
 
 void twain_ui_free(void* p)

@@ -1,6 +1,9 @@
 // INI files: round trips of awkward text, defaults, sections, integers, concurrency.
 #include "temp_home.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <thread>
 #include <utility>
@@ -214,6 +217,90 @@ TEST_F(IniTest, ConcurrentWritersToOneFileAllLand)
             const std::string key = "t" + std::to_string(t) + "k" + std::to_string(k);
             EXPECT_EQ(get(t % 2 ? "odd" : "even", key.c_str()), key);
             EXPECT_EQ(getInt("ints", key.c_str(), -1), t * 100 + k);
+        }
+    }
+}
+
+// Files written by earlier releases (through QSettings) and by hand read the same.
+TEST_F(IniTest, EarlierReleasesFilesRead)
+{
+    const struct {
+        const char* text;
+        const char* section;
+        const char* key;
+        const char* expected;
+    } rows[] = {
+        {"[a%20b]\nequals%3Dkey=\"a=b=c\"\n", "a b", "equals=key", "a=b=c"},
+        {"[s]\n%U4E2D%U6587%U952E=中文值\n", "s", "中文键", "中文值"},
+        {"[s]\n%E9t%E9=summer\n", "s", "été", "summer"},
+        {"[s]\nat=@@Variant(x)\n", "s", "at", "@Variant(x)"},
+        {"[s]\ntyped=@ByteArray(x)\n", "s", "typed", "@ByteArray(x)"},
+        {"[s]\nedges=\"  padded  \"\n", "s", "edges", "  padded  "},
+        {"[s]\nq=\\\"quoted\\\" and \\\\slash\n", "s", "q", "\"quoted\" and \\slash"},
+        {"[s]\nctl=a\\tb\\nc\\x1\\x66\n", "s", "ctl", "a\tb\nc\x01" "f"},
+        {"[%general]\nk=v\n", "general", "k", "v"},
+        {"[s]\nsub\\key=v\n", "s", "sub/key", "v"},
+        {"[s]\nk=v ; comment\n", "s", "k", "v"},
+        {"[s]\r\nk=crlf\r\n", "s", "k", "crlf"},
+        {"[s]\nk=first\nk=second\n", "s", "k", "second"},
+        {"[s]\n  k =  spaced  \n", "s", "k", "spaced"},
+        {"k=outside\n[s]\nk=inside\n[t]\nk=other\n[s]\nj=split\n", "s", "j", "split"},
+        {"[s\nk=unclosed\n", "s", "k", "unclosed"},
+    };
+    for (const auto& row : rows) {
+        writeFile(m_file, row.text);
+        EXPECT_EQ(get(row.section, row.key), row.expected) << row.text;
+    }
+}
+
+// What is written stays readable by earlier releases: their escapes, one line each.
+TEST_F(IniTest, WrittenLinesUseTheEarlierEscapes)
+{
+    const struct {
+        const char* section;
+        const char* key;
+        const char* value;
+        const char* line;
+    } rows[] = {
+        {"s", "中文键", " x;y", "[s]\n%U4E2D%U6587%U952E=\" x;y\"\n"},
+        {"a b", "k/e=y", "@at\ttab", "[a%20b]\nk\\e%3Dy=@@at\\ttab\n"},
+        {"General", "k", "\x01" "f", "[General]\nk=\\x01\\x66\n"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove(m_file);
+        ASSERT_EQ(set(row.section, row.key, row.value), 0);
+        EXPECT_EQ(readFile(m_file), row.line);
+        EXPECT_EQ(get(row.section, row.key), row.value);
+    }
+}
+
+TEST_F(IniTest, WritersInOtherProcessesAllLand)
+{
+    constexpr int kProcesses = 3;
+    constexpr int kKeys = 10;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            int failures = 0;
+            for (int k = 0; k < kKeys; ++k) {
+                const std::string key = "p" + std::to_string(p) + "k" + std::to_string(k);
+                failures += set("procs", key.c_str(), key.c_str()) != 0;
+            }
+            _exit(failures);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
+    for (int p = 0; p < kProcesses; ++p) {
+        for (int k = 0; k < kKeys; ++k) {
+            const std::string key = "p" + std::to_string(p) + "k" + std::to_string(k);
+            EXPECT_EQ(get("procs", key.c_str()), key);
         }
     }
 }

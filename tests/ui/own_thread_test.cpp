@@ -22,8 +22,7 @@ protected:
     {
         if (!QCoreApplication::instance())
             return;
-        // The process may only end once the UI thread is idle: exit handlers
-        // tear down Qt's globals while that thread would still use them.
+        // The next test in this process starts with no box open.
         const bool idle = waitFor([] {
             bool none = true;
             onUiThread([&] {

@@ -2,15 +2,18 @@
 #include "ZyBase.h"
 
 #include "copy_out.h"
+#include "files.h"
 
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -202,12 +205,9 @@ private:
 int createUnique(const std::string& target, std::string& path, int& err)
 {
     static std::atomic<unsigned> counter{0};
-    const size_t slash = target.rfind('/');
-    const std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-    const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
     for (int attempt = 0; attempt < 100; ++attempt) {
-        path = dir + "." + base + ".tmp" + std::to_string(getpid()) + "_" +
-               std::to_string(counter.fetch_add(1));
+        path = velbase::siblingPath(target, ".", ".tmp" + std::to_string(getpid()) + "_" +
+                                                     std::to_string(counter.fetch_add(1)));
         const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd >= 0) {
             err = 0;
@@ -298,6 +298,65 @@ void syncDirectoryOf(const std::string& path)
 }
 
 } // namespace
+
+namespace velbase {
+
+int readSmallFile(const std::string& path, size_t maxBytes, std::string& text)
+{
+    // Non-blocking, so that a FIFO cannot hang the open.
+    const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (fd.get() < 0)
+        return errno;
+    struct stat st{};
+    if (fstat(fd.get(), &st) != 0)
+        return errno;
+    if (S_ISDIR(st.st_mode))
+        return EISDIR;
+    if (!S_ISREG(st.st_mode))
+        return EINVAL;
+    if (static_cast<uint64_t>(st.st_size) > maxBytes)
+        return EFBIG;
+    std::string data(static_cast<size_t>(st.st_size), '\0');
+    size_t got = 0;
+    while (got < data.size()) {
+        const ssize_t n = read(fd.get(), &data[got], data.size() - got);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            return errno;
+        if (n == 0)
+            break;
+        got += static_cast<size_t>(n);
+    }
+    data.resize(got);
+    text.swap(data);
+    return 0;
+}
+
+std::string siblingPath(const std::string& target, const std::string& prefix,
+                        const std::string& suffix)
+{
+    const size_t slash = target.rfind('/');
+    const std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+    const long limit = pathconf(dir.empty() ? "." : dir.c_str(), _PC_NAME_MAX);
+    const size_t nameMax = limit > 0 ? static_cast<size_t>(limit) : 255;
+    if (prefix.size() + base.size() + suffix.size() <= nameMax)
+        return dir + prefix + base + suffix;
+
+    uint32_t hash = 2166136261u; // FNV-1a
+    for (const char c : base)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
+    char tag[16];
+    snprintf(tag, sizeof(tag), "~%08x", hash);
+    const size_t room = nameMax - std::min(nameMax, prefix.size() + suffix.size() + strlen(tag));
+    size_t keep = std::min(room, base.size());
+    while (keep > 0 && (static_cast<unsigned char>(base[keep]) & 0xC0) == 0x80)
+        --keep;
+    return dir + prefix + base.substr(0, keep) + tag + suffix;
+}
+
+} // namespace velbase
 
 extern "C" {
 
