@@ -3,9 +3,9 @@
 // same visible part ("x_drawImage"), and the scan events per second the
 // progress dialog absorbs, against empty queued calls ("x_queued_call").
 #include "ZyImgView.h"
-#include "dialog_progress_ui.h"
 
 #include <benchmark/benchmark.h>
+#include <veltwainui/twainui.h>
 
 #include <QApplication>
 #include <QLabel>
@@ -166,31 +166,34 @@ void BM_view_pan(benchmark::State& state)
 }
 BENCHMARK(BM_view_pan)->ArgName("smooth")->Arg(0)->Arg(1)->UseManualTime()->Iterations(100);
 
-// Events sent from a host thread until the dialog has shown the last one.
+// Images reported from a host thread through the exported event handler until
+// the dialog shows the last one; the application is the host's (this program's).
 void BM_progress_events(benchmark::State& state)
 {
     const int events = static_cast<int>(state.range(0));
-    Dialog_progress_ui dialog(nullptr);
-    dialog.setAttribute(Qt::WA_DeleteOnClose, false);
-    dialog.show();
-    const QLabel* count = dialog.findChild<QLabel*>("label_imageCount");
-    const QString last = QString::number(events);
+    ui_event_callback notify;
+    show_progress_ui(nullptr, nullptr, &notify);
+    const QLabel* count = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (w->inherits("Dialog_progress_ui"))
+            count = w->findChild<QLabel*>("label_imageCount");
+    }
+    const QString last = ":" + QString::number(events);
 
-    // Baseline: the same number of empty queued calls.
-    QObject receiver;
+    QObject receiver; // baseline: the same number of empty queued calls
     int received = 0;
     double ours = 0;
     double baseline = 0;
     for (auto _ : state) {
-        dialog.reportEvent(EVENT_SCAN_FINISHED, nullptr, 1); // the count starts again
+        notify(EVENT_SCAN_FINISHED, nullptr, 1); // the count starts again
         QApplication::processEvents();
 
         auto start = Clock::now();
         std::thread host([&] {
             for (int i = 0; i < events; ++i)
-                dialog.reportEvent(EVENT_IMAGE_RECEIVED, nullptr, 0);
+                notify(EVENT_IMAGE_RECEIVED, nullptr, 0);
         });
-        while (!count->text().endsWith(":" + last))
+        while (!count->text().endsWith(last))
             QApplication::processEvents();
         host.join();
         const double elapsed = seconds(Clock::now() - start);
@@ -208,10 +211,11 @@ void BM_progress_events(benchmark::State& state)
         caller.join();
         baseline += seconds(Clock::now() - start);
     }
+    close_ui(-1);
     state.counters["events_per_s"] = events * state.iterations() / ours;
     state.counters["x_queued_call"] = ours / baseline;
 }
-BENCHMARK(BM_progress_events)->Arg(2000)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_progress_events)->Arg(20000)->UseManualTime()->Iterations(5);
 
 } // namespace
 

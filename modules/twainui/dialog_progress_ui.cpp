@@ -99,18 +99,41 @@ void Dialog_progress_ui::setClosedByHost()
     m_callback->revoke();
 }
 
+QString Dialog_progress_ui::eventText(int event, const void* data, int status)
+{
+    if (status != 0 && data)
+        return hostText(data);
+    return event == EVENT_SCAN_WORKING ? tr("Start scan...") : tr("Scan completed");
+}
+
 void Dialog_progress_ui::reportEvent(int event, const void* data, int status)
 {
-    const bool withText = status != 0 && data;
     switch (event) {
     case EVENT_SCAN_WORKING:
-        emit scan_status(withText ? hostText(data) : tr("Start scan..."), true);
+        emit scan_status(eventText(event, data, status), true);
         break;
     case EVENT_IMAGE_RECEIVED:
         emit image_recived();
         break;
     case EVENT_SCAN_FINISHED:
-        emit scan_finish(status, withText ? hostText(data) : tr("Scan completed"));
+        emit scan_finish(status, eventText(event, data, status));
+        break;
+    default:
+        break;
+    }
+}
+
+void Dialog_progress_ui::applyEvent(int event, const void* data, int status, int images)
+{
+    switch (event) {
+    case EVENT_SCAN_WORKING:
+        on_scan_status(eventText(event, data, status), true);
+        break;
+    case EVENT_IMAGE_RECEIVED:
+        addImages(images);
+        break;
+    case EVENT_SCAN_FINISHED:
+        on_scan_finish(status, eventText(event, data, status));
         break;
     default:
         break;
@@ -130,7 +153,12 @@ void Dialog_progress_ui::on_scan_status(const QString& text, bool scanning)
 
 void Dialog_progress_ui::on_image_recived()
 {
-    ++m_count;
+    addImages(1);
+}
+
+void Dialog_progress_ui::addImages(int count)
+{
+    m_count += count;
     showCount(tr("image recived:") + QString::number(m_count));
 }
 

@@ -47,6 +47,14 @@ public:
     // UTF-8 text or null and is read during the call only.
     void reportEvent(int event, const void* data, int status);
 
+    // The same on the dialog's thread, acted on at once; event 10 counts images.
+    void applyEvent(int event, const void* data, int status, int images = 1);
+
+    // The handler stored into the host's event wrapper: hands the event to the
+    // manager, which passes it to the dialog open when it arrives, if any.
+    // Defined with the manager.
+    static void FuncNotify(int event, void* data, int status);
+
 signals:
     void scan_status(QString text, bool scanning);
     void scan_finish(int status, QString text);
@@ -67,7 +75,9 @@ private:
     void on_scan_finish(int status, const QString& text);
     void on_image_recived();
 
+    void addImages(int count);
     void showCount(const QString& text);
+    static QString eventText(int event, const void* data, int status);
     // Worker bodies: the result goes to the host off the UI thread, so that a
     // host blocking in its callback cannot freeze the window.
     static void ThreadFunc(void* callback);
