@@ -24,9 +24,8 @@
 
 #include <QMetaType>
 #include <QObject>
-#include <QTranslator>
-
 #include <QPointer>
+#include <QTranslator>
 
 #include <memory>
 #include <mutex>
@@ -217,12 +216,12 @@ private:
 //   {
 //       const ManagerAccess manager;  // no manager: nothing is open to notify
 //       if (manager)                  // copy data now: the host's buffer is gone later
-//           manager->notifyProgress(code, data ? static_cast<const char*>(data) : "", status);
+//           manager->notifyProgress(code, data, status);
 //   }
 //
-// where notifyProgress emits a signal with a request value, and the slot, on the
-// manager's thread, looks the open dialog up (m_progressUi) and acts on it if it
-// is still there. Never read a dialog pointer off the manager's thread.
+// where notifyProgress queues a copy of the event and signals, and the slot, on
+// the manager's thread, looks the open dialog up (m_progressUi) and acts on it if
+// it is still there. Never read a dialog pointer off the manager's thread.
 //
 // On the manager's own thread the access holds no lock: the caller may run a
 // modal window (even one inside which close_ui(-1) is called; Busy defers the
