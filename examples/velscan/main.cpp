@@ -5,9 +5,10 @@
 //           [--screenshots DIR] [--auto-close MS]
 //
 // It lets the user choose a driver among the installed SANE backends and one of
-// its devices, then scans every sheet in the feeder (or one page) on a thread of
-// its own, shows the progress, asks about pages that look blank and writes the
-// pages as PNG files. Cancel in the progress dialog cancels the scan.
+// its devices and opens the device's settings. On Scan it scans every sheet in
+// the feeder (or one page) on a thread of its own, shows the progress, asks about
+// pages that look blank and writes the pages as PNG files; the end of the scan
+// closes the settings. Cancel in the progress dialog cancels the scan.
 //
 // velscan owns the Qt application, so the library builds each window inside the
 // call and its choices come back on return. --own-thread lets the library run its
@@ -151,6 +152,16 @@ int main(int argc, char** argv)
         }
     };
     watch();
+    auto finish = [&](int code) {
+        ui.close_ui(-1);
+        if (watcher) {
+            if (!options.screenshots.empty())
+                std::printf("velscan: %d screenshot(s) in %s\n", watcher->screenshots(),
+                            options.screenshots.c_str());
+            runOnAppThread([&] { watcher.reset(); }); // its timer belongs to that thread
+        }
+        return code;
+    };
 
     // ---- the driver ----
     SaneBackend backend;
@@ -202,24 +213,55 @@ int main(int argc, char** argv)
     std::printf("velscan: scanning from %s on %s%s\n", device.c_str(), manufacturer.c_str(),
                 feeder ? " (document feeder)" : "");
 
+    // ---- the settings ----
+    // Results come from the library's threads: only flags cross over.
+    std::atomic<bool> scanAsked{false};
+    std::atomic<bool> settingsClosed{false};
+    ui_event_callback settingsEvent;
+    _sane_api api = backend.api();
+    ui.show_setting_ui(backend.handle(), nullptr, &api, device.c_str(), true,
+                       [&](ui_result result) {
+                           if (result == UI_RESULT_START_SCAN)
+                               scanAsked = true;
+                           else
+                               settingsClosed = true;
+                       },
+                       &settingsEvent);
+    watch(); // on its own thread the library's application exists only now
+    while (!scanAsked && !settingsClosed) {
+        if (app)
+            ui.pump_ui_message();
+        QThread::msleep(10);
+    }
+    if (!scanAsked) {
+        std::printf("velscan: settings closed without a scan\n");
+        return finish(0);
+    }
+
     // ---- the scan ----
     if (!QDir().mkpath(QString::fromStdString(options.out)))
         return fail("cannot make " + options.out);
     std::atomic<bool> progressClosed{false};
     std::unique_ptr<ScanJob> job;
-    ui_event_callback notify;
-    // Results come from the library's worker threads.
+    ui_event_callback progressEvent;
     ui.show_progress_ui(nullptr, [&](ui_result result) {
         if (result == UI_RESULT_CANCEL_SCAN && job)
             job->cancel();
         if (result == UI_RESULT_CLOSE_NORMAL)
             progressClosed = true;
-    }, &notify);
-    watch(); // on its own thread the library's application exists only now
+    }, &progressEvent);
 
     const bool testBackend = manufacturer == "test";
     ScanJob::Hooks hooks;
-    hooks.event = notify;
+    // The progress hears every event. The settings only learn that the scan
+    // started (a text for them would open a message box), and that it ended once
+    // the progress has shown so and closed: their end closes them.
+    hooks.event = [&](int code, void* data, int status) {
+        if (progressEvent)
+            progressEvent(code, data, status);
+        if (settingsEvent && code == 8)
+            settingsEvent(code, nullptr, 0);
+    };
     hooks.keep = [&ui](SANE_Image* image) {
         return onUiThread([&] { return ui.abnormal_image(image, nullptr); }) == 1;
     };
@@ -230,8 +272,13 @@ int main(int argc, char** argv)
     job = std::make_unique<ScanJob>(backend.api(), backend.handle(), options.out, hooks);
     job->start(feeder);
 
-    // Until the scan has ended and the user (or the auto-close) closed its window.
-    while (!job->finished() || !progressClosed) {
+    // Until the scan has ended and the user (or the auto-close) closed its windows.
+    bool settingsTold = false;
+    while (!job->finished() || !progressClosed || !settingsClosed) {
+        if (progressClosed && !settingsTold && settingsEvent) {
+            settingsEvent(12, nullptr, 0);
+            settingsTold = true;
+        }
         if (app)
             ui.pump_ui_message();
         QThread::msleep(10);
@@ -239,12 +286,5 @@ int main(int argc, char** argv)
     std::printf("velscan: %d page(s) written to %s, %d blank page(s) dropped\n", job->written(),
                 options.out.c_str(), job->dropped());
     job.reset();
-    ui.close_ui(-1);
-    if (watcher) {
-        if (!options.screenshots.empty())
-            std::printf("velscan: %d screenshot(s) in %s\n", watcher->screenshots(),
-                        options.screenshots.c_str());
-        runOnAppThread([&] { watcher.reset(); }); // its timer belongs to that thread
-    }
-    return 0;
+    return finish(0);
 }

@@ -14,13 +14,22 @@ constexpr int kSettleMs = 400;
 
 // What an unattended user presses: the default button (OK, which also loads a
 // picked driver), else the first one. A progress dialog is left to its scan and
-// only closed once its Close button shows.
+// only closed once its Close button shows; the settings are asked for a scan.
 void answer(QDialog* dialog)
 {
     const auto buttons = dialog->findChildren<QPushButton*>();
     if (dialog->inherits("Dialog_progress_ui")) {
         for (QPushButton* b : buttons) {
             if (b->objectName() == "pbtn_close" && b->isVisible())
+                b->click();
+        }
+        return;
+    }
+    // What an unattended user wants of the settings is a scan; the end of the
+    // scan closes them.
+    if (dialog->inherits("zy_settingdialog")) {
+        for (QPushButton* b : buttons) {
+            if (b->objectName() == "pbtn_scan" && b->isVisible() && b->isEnabled())
                 b->click();
         }
         return;
