@@ -149,6 +149,7 @@ void zy_settingdialog::createUI()
     m_buttonRow->setContentsMargins(0, 0, 0, 0);
     m_aboutButton = new QPushButton(tr("about..."));
     m_scanButton = new QPushButton(tr("scan"));
+    m_scanButton->setObjectName(QStringLiteral("pbtn_scan"));
     m_okButton = new QPushButton(tr("ok"));
     m_cancelButton = new QPushButton(tr("cancel"));
     m_okButton->setDefault(true);
