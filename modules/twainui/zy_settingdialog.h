@@ -189,7 +189,11 @@ private:
     // Runs a window of the dialog's modally; true when the user accepted it.
     bool run_modal(QDialog& window);
     void enable_tool_button(const SANE_Option_Descriptor* d, bool checked);
-    void read_tone_curve();
+    // The tone-curve record between the device and m_gamma. A record from
+    // elsewhere (a scheme) goes through m_gamma.assign(), which refuses a wrong
+    // length, then write_tone_curve(m_gamma); read_tone_curve() is false when
+    // the device gave none.
+    bool read_tone_curve();
     void write_tone_curve(const ToneCurveRecord& record);
 
     // closing (zy_settingdialog_close.cpp)

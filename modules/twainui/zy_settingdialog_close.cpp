@@ -232,14 +232,9 @@ void zy_settingdialog::updateSchemeFromUi(gb::sane_config_schm* scheme)
         for (const char* name : {"tl-x", "tl-y", "br-x", "br-y"})
             scheme->remove_config(name);
     }
-    if (customGamma) {
-        sane_value record(kToneCurveBuffer);
-        if (m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_GET_VALUE,
-                                          record.data(), nullptr)
-            == SANE_STATUS_GOOD)
-            scheme->config_changed("is-custom-gamma", static_cast<const char*>(record.data()),
-                                   ToneCurveRecord::Size, true);
-    }
+    if (customGamma && read_tone_curve())
+        scheme->config_changed("is-custom-gamma", reinterpret_cast<const char*>(m_gamma.data()),
+                               ToneCurveRecord::Size, true);
 }
 
 void zy_settingdialog::updateRestorePushButton()

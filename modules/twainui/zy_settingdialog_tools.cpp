@@ -168,17 +168,19 @@ void zy_settingdialog::slot_gammaButtonClicked()
     updateRestorePushButton();
 }
 
-void zy_settingdialog::read_tone_curve()
+bool zy_settingdialog::read_tone_curve()
 {
     if (!m_saneApi.sane_control_option)
-        return;
-    // A record the driver keeps shorter reads as zeros at its end; the editor
-    // loads any record by its rules.
+        return false;
+    // The record has no descriptor: a driver that keeps it shorter leaves zeros
+    // at its end, one that keeps it longer still writes into our buffer. The
+    // record takes our length, and loads any bytes by its own rules.
     sane_value record(kToneCurveBuffer);
     if (m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_GET_VALUE,
                                       record.data(), nullptr)
-        == SANE_STATUS_GOOD)
-        m_gamma.assign(record.data(), ToneCurveRecord::Size);
+        != SANE_STATUS_GOOD)
+        return false;
+    return m_gamma.assign(record.data(), ToneCurveRecord::Size);
 }
 
 void zy_settingdialog::write_tone_curve(const ToneCurveRecord& record)
