@@ -427,7 +427,8 @@ SANE_Status control_private(private_option& p, SANE_Action action, void* value)
     if (!value)
         return SANE_STATUS_INVAL;
     if (action == SANE_ACTION_GET_VALUE) {
-        std::memcpy(value, p.stored.data(), p.stored.size());
+        // An empty record has no storage to copy from.
+        std::copy(p.stored.begin(), p.stored.end(), static_cast<unsigned char*>(value));
         return SANE_STATUS_GOOD;
     }
     if (action != SANE_ACTION_SET_VALUE)
