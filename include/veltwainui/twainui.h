@@ -4,6 +4,8 @@
 #ifndef VELTWAINUI_TWAINUI_H
 #define VELTWAINUI_TWAINUI_H
 
+#include <veltwainui/veltwainui_export.h>
+
 #include <sane/sane.h>
 
 #include <cstddef>
@@ -14,8 +16,6 @@
 
 class QWidget;
 typedef struct ZyDll_ ZyDll;
-
-#define VELTWAINUI_EXPORT __attribute__((visibility("default")))
 
 // ---- results and events ---------------------------------------------------
 enum ui_result : int32_t {
