@@ -15,6 +15,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -1726,6 +1727,19 @@ std::string kr_model_from_pid(const char* pid)
 std::string vel_model_from_pid(const char* pid)
 {
     return model_from_pid(pid, kVelModels, "V");
+}
+
+std::string converted_device_name(const char* vendor, const char* pid)
+{
+    if (!vendor)
+        return std::string();
+    for (const gb::brand& b : gb::kBrands) {
+        const std::string prefix(b.prefix);
+        if (prefix.size() == strlen(vendor) + 1
+            && strncasecmp(vendor, b.prefix, prefix.size() - 1) == 0)
+            return prefix + b.model(pid);
+    }
+    return std::string();
 }
 
 } // namespace updater
