@@ -144,8 +144,13 @@ int main(int argc, char** argv)
     if (options.hostApp)
         watch(); // a box runs inside the call, so watch before it
     if (opened) {
-        // The device's settings, with Scan; OK or Cancel ends the session.
+        // The device's saved settings first, as a scan without the dialog would
+        // have them; then its settings, with Scan; OK or Cancel ends the session.
         _sane_api api = backend.api();
+        if (char* scheme = ui.apply_current_config(options.device.c_str(), backend.handle(), &api)) {
+            std::printf("velscan: applied the configuration scheme \"%s\"\n", scheme);
+            ui.twain_ui_free(scheme);
+        }
         ui.show_setting_ui(backend.handle(), nullptr, &api, options.device.c_str(), true,
                            [](ui_result result) {
                                if (result == UI_RESULT_START_SCAN)

@@ -21,5 +21,6 @@ bool TwainUiLibrary::load(const std::string& path)
     }
     return resolve(show_messagebox_ui, "show_messagebox_ui")
         && resolve(show_setting_ui, "show_setting_ui") && resolve(close_ui, "close_ui")
-        && resolve(pump_ui_message, "pump_ui_message") && resolve(twain_ui_free, "twain_ui_free");
+        && resolve(pump_ui_message, "pump_ui_message") && resolve(twain_ui_free, "twain_ui_free")
+        && resolve(apply_current_config, "apply_current_config");
 }

@@ -23,6 +23,7 @@ public:
     decltype(&::close_ui) close_ui = nullptr;
     decltype(&::pump_ui_message) pump_ui_message = nullptr;
     decltype(&::twain_ui_free) twain_ui_free = nullptr;
+    decltype(&::apply_current_config) apply_current_config = nullptr;
 
 private:
     template <typename Fn>

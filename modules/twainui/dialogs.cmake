@@ -9,6 +9,7 @@ add_library(twainui_ui OBJECT
   zy_settingdialog_close.cpp
   zy_settingdialog_apply.cpp
   zy_settingdialog_schemes.cpp
+  dialog_input.cpp dialog_input.ui
   device_menu.cpp
 )
 target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)

@@ -218,6 +218,7 @@ private:
     void save_configuration();
     bool confirm_deletion(const QString& text);
     bool name_taken(const QString& name) const;
+    void add_scheme();
     void save_scheme();
     void delete_scheme();
     void delete_all_schemes();

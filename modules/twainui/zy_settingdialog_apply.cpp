@@ -69,11 +69,11 @@ void write_value(const _sane_api& api, SANE_Handle handle, int n, const std::str
 }
 
 // Whatever length was stored, the driver reads a whole record: it gets one,
-// zero-filled beyond the stored bytes.
+// zero-filled beyond the stored bytes and never longer.
 void write_tone_curve(const _sane_api& api, SANE_Handle handle, const std::string& record)
 {
-    sane_value buffer(std::max(record.size(), kToneCurveRecord));
-    std::memcpy(buffer.data(), record.data(), record.size());
+    sane_value buffer(kToneCurveRecord);
+    std::memcpy(buffer.data(), record.data(), std::min(record.size(), kToneCurveRecord));
     SANE_Int info = 0;
     api.sane_control_option(handle, kToneCurveOption, SANE_ACTION_SET_VALUE, buffer.data(), &info);
 }

@@ -4,6 +4,7 @@
 #include "zy_settingdialog.h"
 #include "zy_settingdialog_p.h"
 
+#include "dialog_input.h"
 #include "gb_json.h"
 #include "module_config.h"
 
@@ -204,7 +205,9 @@ QString zy_settingdialog::find_current_scheme_menu(int* index)
 void zy_settingdialog::slot_pushButton_scheme_management()
 {
     QObject* button = sender();
-    if (button == m_saveButton)
+    if (button == m_addButton)
+        add_scheme();
+    else if (button == m_saveButton)
         save_scheme();
     else if (button == m_deleteButton)
         delete_scheme();
@@ -214,6 +217,48 @@ void zy_settingdialog::slot_pushButton_scheme_management()
         restore_scheme();
     else
         updateSchemeManagerUi();
+}
+
+void zy_settingdialog::add_scheme()
+{
+    int index = -1;
+    const QString proposed = find_current_scheme_menu(&index);
+    if (proposed.isEmpty() || index < 0)
+        return;
+    Dialog_Input input(this);
+    input.setWindowTitle(tr("Add new scheme"));
+    input.init_value(proposed);
+    int answer = QDialog::Rejected;
+    {
+        const host_call modal(this);
+        answer = input.exec();
+    }
+    // The host may have closed the dialog meanwhile.
+    if (answer != QDialog::Accepted || !isVisible())
+        return;
+    const QString name = input.get_inputting_value();
+    const std::string utf8 = name.toStdString();
+    auto* scheme = new gb::sane_config_schm(nullptr);
+    scheme->set_scheme_name(utf8.c_str());
+    // The file refuses a few names of its own ("global") as well.
+    if (name_taken(name) || !m_cfg->add_scheme(scheme, utf8.c_str())) {
+        scheme->release();
+        const host_call modal(this);
+        QMessageBox::information(this, tr("tips"), tr("The configuration scheme already exists"));
+        return;
+    }
+    take_scheme(scheme);
+    // The device holds these values already: it is not written again.
+    updateSchemeFromUi(scheme);
+    save_configuration();
+    {
+        const QSignalBlocker blocker(m_schemeCombo);
+        m_schemeCombo->addItem(name);
+        m_schemeCombo->setCurrentIndex(m_schemeCombo->count() - 1);
+    }
+    updateRestorePushButton();
+    updateSchemeManagerUi();
+    ++m_addedCount;
 }
 
 void zy_settingdialog::save_scheme()
