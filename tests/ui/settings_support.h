@@ -28,7 +28,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// Answers every message box that opens, keeping its text.
+// Answers every message box that opens with answer, keeping its text.
 class BoxAnswerer : public QObject
 {
 public:
@@ -37,12 +37,13 @@ public:
         connect(&m_timer, &QTimer::timeout, this, [this] {
             for (QMessageBox* box : visibleMessageBoxes()) {
                 texts << box->text();
-                box->done(QMessageBox::Ok);
+                box->done(answer);
             }
         });
         m_timer.start(5);
     }
     QStringList texts;
+    int answer = QMessageBox::Ok;
 
 private:
     QTimer m_timer;
