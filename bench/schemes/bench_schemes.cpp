@@ -25,6 +25,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -224,8 +225,11 @@ constexpr int kPanelOptions = 50;
 
 gb::scanner_cfg* fileWith(const Device& device, int schemes)
 {
+    // A new file each time: the panel saves into it.
+    const std::string file = configDir() + "panel.cfg";
+    std::remove(file.c_str());
     auto* cfg = new gb::scanner_cfg();
-    cfg->load_file((configDir() + "panel.cfg").c_str());
+    cfg->load_file(file.c_str());
     for (int i = 0; i < schemes; ++i) {
         gb::sane_config_schm* scheme = device.scheme(i);
         cfg->add_scheme(scheme, ("scheme-" + std::to_string(i)).c_str());
