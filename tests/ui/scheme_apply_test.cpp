@@ -262,6 +262,15 @@ protected:
     _sane_api m_api = m_device.api();
 };
 
+// First of the exports' tests: before any configuration was loaded.
+TEST_F(Headless, ContentBeforeAnyIsEmptyJson)
+{
+    EXPECT_EQ(take(get_config_content()), "{}");
+    fakedriver_log_clear();
+    EXPECT_EQ(apply_given_config("{}", m_device.handle(), &m_api), 0);
+    EXPECT_EQ(sets(), (call_list{{fakedriver_find("restore"), ""}}));
+}
+
 struct naming_case
 {
     const char* name;
@@ -312,14 +321,6 @@ TEST_F(Headless, HugeNameIsNoFile)
     fakedriver_remove_private(SANE_PRIVATE_PRODUCT_ID);
     EXPECT_EQ(apply(std::string(10000, 'n').c_str()), "默认设置");
     EXPECT_EQ(apply(nullptr), "默认设置");
-}
-
-TEST_F(Headless, ContentBeforeAnyIsEmptyJson)
-{
-    EXPECT_EQ(take(get_config_content()), "{}");
-    fakedriver_log_clear();
-    EXPECT_EQ(apply_given_config("{}", m_device.handle(), &m_api), 0);
-    EXPECT_EQ(sets(), (call_list{{fakedriver_find("restore"), ""}}));
 }
 
 TEST_F(Headless, GivenTextThatIsNoConfigurationRestoresDefaults)

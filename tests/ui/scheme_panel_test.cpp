@@ -13,6 +13,8 @@
 #include <QPushButton>
 #include <QSlider>
 
+#include <functional>
+
 namespace {
 
 std::string word(SANE_Word value)
@@ -245,6 +247,60 @@ TEST_F(SchemePanel, SaveAndRestoreFollowTheWarning)
     EXPECT_EQ(value, word(1));
     office->release();
 }
+
+// Files the panel may meet: it lists what parses, and a long name never
+// stretches the warning.
+struct file_case
+{
+    const char* name;
+    std::function<std::string()> text;
+    int entries;
+};
+
+std::string schemesNamed(const std::vector<std::string>& names)
+{
+    cfg_ptr cfg(new gb::scanner_cfg());
+    for (const std::string& name : names) {
+        auto* s = new gb::sane_config_schm(nullptr);
+        s->set_value("contrast", word(6).data(), 4);
+        cfg->add_scheme(s, name.c_str());
+        s->release();
+    }
+    return cfg->to_text(true);
+}
+
+const file_case kFiles[] = {
+    {"Empty", [] { return std::string(); }, 1},
+    {"Unparsable", [] { return std::string("e3sie30="); }, 1},
+    {"NameOf10kBytes", [] { return schemesNamed({std::string(10000, 'x')}); }, 2},
+    {"ThousandsOfSchemes",
+     [] {
+         std::vector<std::string> names;
+         for (int i = 0; i < 3000; ++i)
+             names.push_back("s" + std::to_string(i));
+         return schemesNamed(names);
+     },
+     3001},
+};
+
+class SchemePanelFiles : public SchemePanel, public ::testing::WithParamInterface<file_case>
+{
+};
+
+TEST_P(SchemePanelFiles, ListsWhatParses)
+{
+    veltest::writeFile(ui.cfgPath(), GetParam().text());
+    ui.cfg()->load_file(ui.cfgPath().c_str());
+    open(nullptr, false);
+    ASSERT_EQ(combo->count(), GetParam().entries);
+    combo->setCurrentIndex(combo->count() - 1);
+    setContrast(1);
+    EXPECT_LT(warning()->text().size(), 1000);
+    EXPECT_TRUE(warning()->isVisible());
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SchemePanelFiles, ::testing::ValuesIn(kFiles),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // The first entry is the default scheme whatever its shown name.
 struct language_case
