@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library and runs the example host, velscan, on the SANE "test" backend.
+# Builds the library and runs the example host, velscan, a scanning front end.
 # With a display its windows appear there; without one they are drawn offscreen and
-# screenshots land in ./velscan-screenshots. Extra arguments go to velscan.
+# screenshots land in ./velscan-screenshots; pages go to ./velscan-pages. Extra
+# arguments go to velscan.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD_DIR:-$root/build}

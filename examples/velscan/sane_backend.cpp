@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -48,6 +49,26 @@ std::string valueText(const SANE_Option_Descriptor& d, const std::vector<char>& 
 
 } // namespace
 
+std::vector<std::pair<std::string, std::string>> installedBackends(const std::string& dir)
+{
+    const std::string prefix = "libsane-";
+    const std::string suffix = ".so.1";
+    std::vector<std::pair<std::string, std::string>> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(dir, error)) {
+        const std::string file = entry.path().filename().string();
+        if (file.size() <= prefix.size() + suffix.size() || file.compare(0, prefix.size(), prefix) != 0
+            || file.compare(file.size() - suffix.size(), suffix.size(), suffix) != 0)
+            continue;
+        found.emplace_back(file.substr(prefix.size(), file.size() - prefix.size() - suffix.size()),
+                           entry.path().string());
+    }
+    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
+        return std::make_pair(a.first != "test", a.first) < std::make_pair(b.first != "test", b.first);
+    });
+    return found;
+}
+
 SaneBackend::~SaneBackend()
 {
     if (m_handle)
@@ -56,6 +77,8 @@ SaneBackend::~SaneBackend()
         m_api.sane_exit();
     if (m_library)
         dlclose(m_library);
+    if (m_unload)
+        m_unload();
 }
 
 bool SaneBackend::fail(const std::string& what)
@@ -92,6 +115,18 @@ bool SaneBackend::load(const std::string& path, const std::string& manufacturer)
     if (!resolved || !m_api.sane_strstatus)
         return fail(path + " is not a SANE backend named \"" + manufacturer + "\"");
 
+    return init();
+}
+
+bool SaneBackend::adopt(const _sane_api& api, std::function<void()> unload)
+{
+    m_api = api;
+    m_unload = std::move(unload);
+    return init();
+}
+
+bool SaneBackend::init()
+{
     SANE_Int version = 0;
     const SANE_Status status = m_api.sane_init(&version, nullptr);
     if (status != SANE_STATUS_GOOD)
@@ -119,6 +154,59 @@ std::vector<std::string> SaneBackend::devices() const
             names.emplace_back((*list)->name);
     }
     return names;
+}
+
+std::vector<DeviceEntry> SaneBackend::deviceEntries() const
+{
+    std::vector<DeviceEntry> entries;
+    const SANE_Device** list = nullptr;
+    if (m_api.sane_get_devices(&list, SANE_TRUE) != SANE_STATUS_GOOD || !list)
+        return entries;
+    for (; *list; ++list) {
+        const SANE_Device& d = **list;
+        // No " - " in a label: the device list marks rows that share the text before it.
+        const std::string model = d.model ? d.model : "";
+        entries.push_back({d.name, (model.empty() ? "" : model + " ") + "(" + d.name + ")"});
+    }
+    return entries;
+}
+
+const SANE_Option_Descriptor* SaneBackend::find(const std::string& name, SANE_Int* number) const
+{
+    for (const OptionSummary& option : options()) {
+        if (option.name == name) {
+            *number = option.number;
+            return m_api.sane_get_option_descriptor(m_handle, option.number);
+        }
+    }
+    return nullptr;
+}
+
+bool SaneBackend::setString(const std::string& name, const std::string& value)
+{
+    SANE_Int number = 0;
+    const SANE_Option_Descriptor* d = find(name, &number);
+    if (!d || d->type != SANE_TYPE_STRING || d->size <= 0 || value.size() >= size_t(d->size))
+        return false;
+    std::vector<char> buffer(size_t(d->size), 0);
+    std::copy(value.begin(), value.end(), buffer.begin());
+    SANE_Int info = 0;
+    return m_api.sane_control_option(m_handle, number, SANE_ACTION_SET_VALUE, buffer.data(), &info)
+        == SANE_STATUS_GOOD;
+}
+
+bool SaneBackend::selectFeeder()
+{
+    SANE_Int number = 0;
+    const SANE_Option_Descriptor* d = find("source", &number);
+    if (!d || d->constraint_type != SANE_CONSTRAINT_STRING_LIST)
+        return false;
+    for (const SANE_String_Const* s = d->constraint.string_list; s && *s; ++s) {
+        const std::string source = *s;
+        if (source.find("Feeder") != std::string::npos || source.find("ADF") != std::string::npos)
+            return setString("source", source);
+    }
+    return false;
 }
 
 std::vector<OptionSummary> SaneBackend::options() const

@@ -24,10 +24,16 @@ public:
     decltype(&::pump_ui_message) pump_ui_message = nullptr;
     decltype(&::twain_ui_free) twain_ui_free = nullptr;
     decltype(&::apply_current_config) apply_current_config = nullptr;
+    decltype(&::choose_scanner) choose_scanner = nullptr;
+    decltype(&::show_progress_ui) show_progress_ui = nullptr;
+    decltype(&::show_srclist_ui) show_srclist_ui = nullptr;
+    decltype(&::abnormal_image) abnormal_image = nullptr;
+    // From the base library beside it: unloads the driver that show_srclist_ui loaded.
+    int (*destroy_dll)(ZyDll*) = nullptr;
 
 private:
     template <typename Fn>
-    bool resolve(Fn& fn, const char* name);
+    bool resolve(void* handle, Fn& fn, const char* name);
 
     void* m_handle = nullptr;
     std::string m_error;

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QPushButton>
 #include <QDir>
 #include <QImage>
 #include <QThread>
@@ -10,7 +11,46 @@ namespace {
 constexpr int kTickMs = 100;
 // Give a new window time to lay itself out and paint before the shot.
 constexpr int kSettleMs = 400;
+
+// What an unattended user presses: the default button (OK, which also loads a
+// picked driver), else the first one. A progress dialog is left to its scan and
+// only closed once its Close button shows; the settings are asked for a scan.
+void answer(QDialog* dialog)
+{
+    const auto buttons = dialog->findChildren<QPushButton*>();
+    if (dialog->inherits("Dialog_progress_ui")) {
+        for (QPushButton* b : buttons) {
+            if (b->objectName() == "pbtn_close" && b->isVisible())
+                b->click();
+        }
+        return;
+    }
+    // What an unattended user wants of the settings is a scan; the end of the
+    // scan closes them.
+    if (dialog->inherits("zy_settingdialog")) {
+        for (QPushButton* b : buttons) {
+            if (b->objectName() == "pbtn_scan" && b->isVisible() && b->isEnabled())
+                b->click();
+        }
+        return;
+    }
+    QPushButton* first = nullptr;
+    for (QPushButton* b : buttons) {
+        if (!b->isVisible() || !b->isEnabled())
+            continue;
+        if (b->isDefault()) {
+            b->click();
+            return;
+        }
+        if (!first)
+            first = b;
+    }
+    if (first)
+        first->click();
+    else
+        dialog->done(QDialog::Accepted);
 }
+} // namespace
 
 void runOnAppThread(const std::function<void()>& fn)
 {
@@ -58,7 +98,7 @@ void WindowWatcher::onTick()
         }
         if (m_autoCloseMs >= 0 && age >= kSettleMs + m_autoCloseMs) {
             if (auto* dialog = qobject_cast<QDialog*>(w))
-                dialog->done(QDialog::Accepted);
+                answer(dialog);
             else
                 w->close();
         }

@@ -130,8 +130,36 @@ VELTWAINUI_EXPORT int show_messagebox_ui(void* parent, int kind, const char* mes
 // reports scan events (8 scanning, 12 finished) from any thread. Returns 0.
 VELTWAINUI_EXPORT int show_setting_ui(void* device, void* parent, _sane_api* api,
                                       const char* device_name, bool with_scan,
-                                      std::function<void(ui_result)> on_result,
-                                      std::function<void(int, void*, int)>* on_event);
+                                      ui_result_callback on_result, ui_event_callback* on_event);
+
+// The selection calls below have their result on return when the host owns the
+// Qt application and calls from its thread; on the library's own UI thread they
+// return at once, with the result of the previous selection.
+
+// Lets the user pick one of the devices; returns its id, -1 when none was picked.
+VELTWAINUI_EXPORT int choose_scanner(const std::vector<_dev_que_ui>& devices);
+
+// Opens the progress dialog and stores its handler into *on_event: call it from
+// any thread with (event code, UTF-8 text or null, status). on_result hears 2
+// when the user cancels and 1 once the dialog has closed, from a worker thread.
+// parent owns the dialog unless a settings dialog is open.
+VELTWAINUI_EXPORT int show_progress_ui(void* parent, ui_result_callback on_result,
+                                       ui_event_callback* on_event);
+
+// Lets the user pick one of count TWAIN sources, preselecting the last one whose
+// product name is default_name; *chosen is all zero when none was picked.
+VELTWAINUI_EXPORT int show_twain_srclist_ui(const TW_IDENTITY* sources, unsigned int count,
+                                            const char* default_name, QWidget* parent,
+                                            TW_IDENTITY* chosen);
+
+// Lets the user pick a SANE driver library from the parallel lists (read up to
+// the first null entry of either) and loads it: *dll (unloaded by the caller
+// with the base library), *api and the manufacturer's name, or null, all null
+// and "" when none was picked. manufacturer must hold the longest name given;
+// a non-zero manufacturer_size bounds the copy.
+VELTWAINUI_EXPORT int show_srclist_ui(const char** manufacturers, const char** libraries,
+                                      QWidget* parent, ZyDll** dll, _sane_api* api,
+                                      char* manufacturer, unsigned int manufacturer_size);
 
 // Closes windows by bit: 1 progress, 2 settings, 4 message box; -1 closes all,
 // forgets every callback and, on a host-owned application, deletes the manager.
@@ -160,5 +188,9 @@ VELTWAINUI_EXPORT int apply_given_config(const char* content, void* dev, _sane_a
 VELTWAINUI_EXPORT char* get_config_content();
 
 } // extern "C"
+
+// Shows an image the driver found abnormal: 1 keep it, 0 discard it. The pixels
+// are copied during the call; parent is not used. Ordinary C++ linkage.
+VELTWAINUI_EXPORT int abnormal_image(SANE_Image* image, QWidget* parent);
 
 #endif

@@ -17,16 +17,20 @@
 #ifndef MANAGER_H
 #define MANAGER_H
 
+#include "sane_driver.h"
+
 #include <veltwainui/twainui.h>
 #include <ZyBase.h>
 
 #include <QMetaType>
 #include <QObject>
+#include <QPointer>
 #include <QTranslator>
 
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace gb {
@@ -37,6 +41,8 @@ class zy_settingdialog;
 Q_DECLARE_OPAQUE_POINTER(ZyImage)
 Q_DECLARE_METATYPE(ZyImage)
 
+class Dialog_progress_ui;
+
 struct MessageBoxRequest {
     void* parent = nullptr; // the host's owner handle, only compared on the UI thread
     int kind = 0;           // reserved by the interface
@@ -44,6 +50,41 @@ struct MessageBoxRequest {
     int flags = 0;          // reserved by the interface
 };
 Q_DECLARE_METATYPE(MessageBoxRequest)
+
+struct DeviceSelectRequest {
+    std::vector<_dev_que_ui> devices;
+};
+Q_DECLARE_METATYPE(DeviceSelectRequest)
+
+struct ProgressRequest {
+    void* parent = nullptr; // owner when no settings dialog is open
+    ui_result_callback callback;
+    unsigned long long generation = 0; // the events sent from now on are this dialog's
+};
+Q_DECLARE_METATYPE(ProgressRequest)
+
+struct TwainSourceRequest {
+    std::vector<TW_IDENTITY> sources;
+    std::string defaultName;
+    QWidget* parent = nullptr; // only compared with our windows on the UI thread
+};
+Q_DECLARE_METATYPE(TwainSourceRequest)
+
+struct SaneSourceRequest {
+    std::vector<std::pair<std::string, std::string>> libraries; // (manufacturer, path)
+    QWidget* parent = nullptr; // only compared with our windows on the UI thread
+};
+Q_DECLARE_METATYPE(SaneSourceRequest)
+
+struct image_destroyer {
+    void operator()(ZyImage image) const { ZyBase_DestroyImage(image); }
+};
+// A copy of the host's pixels: the host may free its own once the call returns.
+// Null when the host's image cannot be shown.
+struct AbnormalImageRequest {
+    std::shared_ptr<ZyImage_> image;
+};
+Q_DECLARE_METATYPE(AbnormalImageRequest)
 
 struct SettingRequest {
     void* device = nullptr;  // the host's open SANE handle
@@ -65,6 +106,20 @@ public:
     ~Manager() override;
 
     int showMessageBoxUi(void* parent, int kind, const char* text, int flags);
+    // The device's id chosen in the last selection (the previous one while this
+    // one is still queued for the UI thread).
+    int showDeviceSelect(const std::vector<_dev_que_ui>& devices);
+    // Also stores the dialog's event handler into *notify before it returns.
+    int showProgressUi(void* parent, ui_result_callback callback, ui_event_callback* notify);
+    int showTwainSrcUi(const TW_IDENTITY* list, unsigned int count, const char* default_name,
+                       QWidget* parent, TW_IDENTITY* chosen);
+    // The pick goes to the caller, who unloads the library.
+    int showSaneSrcUi(const char** manus, const char** libs, QWidget* parent, ZyDll** dll,
+                      _sane_api* api, char* manu, unsigned int size);
+    int showAbnormalImgUi(const SANE_Image* image);
+    // A scan event for the open progress dialog, from any thread; dropped when
+    // none is open by the time it arrives.
+    void notifyProgress(int code, const void* data, int status);
     // Takes over one reference to cfg. The host's event wrapper gets the dialog's
     // scan-event handler at once, on the caller's thread.
     int showSettingUi(void* device, void* parent, const _sane_api* api, const char* name,
@@ -89,14 +144,15 @@ public:
 
 signals:
     void init();
-    void createDeviceSelect(void*);
+    void createDeviceSelect(const DeviceSelectRequest&);
     void createSettingUi(const SettingRequest&);
     void settingScanStatus(const QString& text, bool scanning);
-    void createProgressUi(void*);
+    void createProgressUi(const ProgressRequest&);
     void createMessageBoxUi(const MessageBoxRequest&);
-    void createTwainSrcUi(void*);
-    void createSaneSrcUi(void*);
-    void createAbnormalImgUi(void*, ZyImage);
+    void createTwainSrcUi(const TwainSourceRequest&);
+    void createSaneSrcUi(const SaneSourceRequest&);
+    void createAbnormalImgUi(const AbnormalImageRequest&);
+    void scanEventsArrived();
     void deleteSettingUi(void*);
     void deleteProgressUi(void*);
     void deleteMessageBoxUi(void*);
@@ -108,6 +164,13 @@ private slots:
     void on_settingScanStatus(const QString& text, bool scanning);
     void on_deleteSettingUi(void*);
     void on_deleteMessageBoxUi(void*);
+    void on_createDeviceSelect(const DeviceSelectRequest& request);
+    void on_createProgressUi(const ProgressRequest& request);
+    void on_deleteProgressUi(void*);
+    void on_scanEventsArrived();
+    void on_createTwainSrcUi(const TwainSourceRequest& request);
+    void on_createSaneSrcUi(const SaneSourceRequest& request);
+    void on_createAbnormalImgUi(const AbnormalImageRequest& request);
 
 private:
     // Held by every slot for as long as it (and the modal loop it may run) is on
@@ -128,6 +191,17 @@ private:
 
     static void registerRequestTypes();
 
+    // One scan event of the host's, its text copied while the host's buffer lived,
+    // for the progress dialog opened by the request of that generation.
+    struct ScanEvent {
+        int code = 0;
+        int status = 0;
+        bool hasText = false;
+        std::string text;
+        int images = 1; // a run of image events counts as one entry
+        unsigned long long generation = 0;
+    };
+
     QTranslator m_translator{this};
     QTranslator m_qtTranslator{this};
     int m_codePage = 0;
@@ -135,6 +209,26 @@ private:
     // Fields only for results that the exports read back (a modal window's choice)
     // and for the open windows; requests carry everything else.
     zy_settingdialog* m_settingUi = nullptr;
+
+    // The open progress dialog; it may also close and delete itself. UI thread only.
+    QPointer<Dialog_progress_ui> m_progressUi;
+    unsigned long long m_progressUiGeneration = 0;
+
+    // Scan events waiting for the UI thread, in the order the host sent them. One
+    // signal drains them all, so that a host reporting faster than the window
+    // repaints queues entries (images merged into runs) rather than Qt events.
+    std::mutex m_eventMutex;
+    std::vector<ScanEvent> m_pendingEvents;
+    unsigned long long m_progressGeneration = 0; // of the latest request
+
+    // Written by the slots on the UI thread, read by the exports on host threads.
+    std::mutex m_resultMutex;
+    int m_devId = -1;
+    TW_IDENTITY m_twainChosen{};
+    unique_zy_dll m_saneDll; // a pick that no export has handed out yet
+    _sane_api m_saneLibApi{};
+    std::string m_saneManuName;
+    int m_abnormalResult = 0;
 
     int m_busy = 0;
     State m_state = State::Serving;
@@ -152,12 +246,12 @@ private:
 //   {
 //       const ManagerAccess manager;  // no manager: nothing is open to notify
 //       if (manager)                  // copy data now: the host's buffer is gone later
-//           manager->notifyProgress(code, data ? static_cast<const char*>(data) : "", status);
+//           manager->notifyProgress(code, data, status);
 //   }
 //
-// where notifyProgress emits a signal with a request value, and the slot, on the
-// manager's thread, looks the open dialog up (m_progressUi) and acts on it if it
-// is still there. Never read a dialog pointer off the manager's thread.
+// where notifyProgress queues a copy of the event and signals, and the slot, on
+// the manager's thread, looks the open dialog up (m_progressUi) and acts on it if
+// it is still there. Never read a dialog pointer off the manager's thread.
 //
 // On the manager's own thread the access holds no lock: the caller may run a
 // modal window (even one inside which close_ui(-1) is called; Busy defers the

@@ -325,9 +325,41 @@ int show_messagebox_ui(void* parent, int kind, const char* message, int flags)
     return manager ? manager->showMessageBoxUi(parent, kind, message, flags) : 0;
 }
 
+int choose_scanner(const std::vector<_dev_que_ui>& devices)
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+    return manager ? manager->showDeviceSelect(devices) : -1;
+}
+
+int show_progress_ui(void* parent, ui_result_callback on_result, ui_event_callback* on_event)
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+    return manager ? manager->showProgressUi(parent, std::move(on_result), on_event) : 0;
+}
+
+int show_twain_srclist_ui(const TW_IDENTITY* sources, unsigned int count, const char* default_name,
+                          QWidget* parent, TW_IDENTITY* chosen)
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+    if (!manager) {
+        if (chosen)
+            *chosen = TW_IDENTITY{};
+        return 0;
+    }
+    return manager->showTwainSrcUi(sources, count, default_name, parent, chosen);
+}
+
+int show_srclist_ui(const char** manufacturers, const char** libraries, QWidget* parent,
+                    ZyDll** dll, _sane_api* api, char* manufacturer, unsigned int manufacturer_size)
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+    return manager ? manager->showSaneSrcUi(manufacturers, libraries, parent, dll, api,
+                                            manufacturer, manufacturer_size)
+                   : 0;
+}
+
 int show_setting_ui(void* device, void* parent, _sane_api* api, const char* device_name,
-                    bool with_scan, std::function<void(ui_result)> on_result,
-                    std::function<void(int, void*, int)>* on_event)
+                    bool with_scan, ui_result_callback on_result, ui_event_callback* on_event)
 {
     gb::scanner_cfg* cfg = configurationForDialog();
     const ManagerAccess manager(ManagerAccess::Start);
@@ -437,3 +469,9 @@ char* get_config_content()
 }
 
 } // extern "C"
+
+int abnormal_image(SANE_Image* image, QWidget*)
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+    return manager ? manager->showAbnormalImgUi(image) : 0;
+}

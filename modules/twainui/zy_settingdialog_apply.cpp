@@ -17,7 +17,7 @@ using namespace settings_ui;
 
 namespace {
 
-constexpr std::size_t kToneCurveRecord = sizeof(zy_settingdialog::tone_curve_record);
+constexpr std::size_t kToneCurveRecord = ToneCurveRecord::Size;
 static_assert(kToneCurveRecord == 1312, "a 32-byte header and five 256-byte tables");
 // The crop tool's units: millimetres, inches, pixels.
 constexpr int kCropUnits = 3;
@@ -70,7 +70,7 @@ void write_value(const _sane_api& api, SANE_Handle handle, int n, const std::str
 
 // Whatever length was stored, the driver reads a whole record: it gets one,
 // zero-filled beyond the stored bytes and never longer.
-void write_tone_curve(const _sane_api& api, SANE_Handle handle, const std::string& record)
+void send_tone_record(const _sane_api& api, SANE_Handle handle, const std::string& record)
 {
     sane_value buffer(kToneCurveRecord);
     std::memcpy(buffer.data(), record.data(), std::min(record.size(), kToneCurveRecord));
@@ -123,7 +123,7 @@ void zy_settingdialog::apply_scheme(void* devHandle, _sane_api* api, gb::sane_co
          more = scheme->next_config(name, value)) {
         if (gb::sane_config_schm::is_option_data(name)) {
             if (name == "is-custom-gamma") {
-                write_tone_curve(*api, devHandle, value);
+                send_tone_record(*api, devHandle, value);
             } else if (name == "is-custom-area" && !value.empty()) {
                 int unit = 0;
                 std::memcpy(&unit, value.data(), std::min(value.size(), sizeof(unit)));
@@ -187,7 +187,7 @@ void zy_settingdialog::apply_current_scheme()
         std::string option = name;
         if (gb::sane_config_schm::is_option_data(option) && option == "is-custom-gamma"
             && value.size() == kToneCurveRecord)
-            write_tone_curve(m_saneApi, m_devHandle, value);
+            send_tone_record(m_saneApi, m_devHandle, value);
     }
 }
 

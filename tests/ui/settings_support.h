@@ -20,6 +20,7 @@
 #include <QTranslator>
 
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +29,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// Answers every message box that opens with answer, keeping its text.
+// Answers every message box that opens with answer, keeping its text; inspect
+// sees the box first.
 class BoxAnswerer : public QObject
 {
 public:
@@ -36,6 +38,8 @@ public:
     {
         connect(&m_timer, &QTimer::timeout, this, [this] {
             for (QMessageBox* box : visibleMessageBoxes()) {
+                if (inspect)
+                    inspect(box);
                 texts << box->text();
                 box->done(answer);
             }
@@ -44,6 +48,7 @@ public:
     }
     QStringList texts;
     int answer = QMessageBox::Ok;
+    std::function<void(QMessageBox*)> inspect;
 
 private:
     QTimer m_timer;

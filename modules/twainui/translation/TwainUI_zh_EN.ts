@@ -126,6 +126,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>about </source>
+        <translation>About </translation>
+    </message>
+    <message>
+        <source>Not supported</source>
+        <translation>Not supported</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Device model: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Model: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Driver version: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Driver Version: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Firmware number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Firmware Version: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Serial number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Serial Number: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Roller count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Roller Count: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;History count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Scan Count: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Initial startup time: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Initial Startup Time: %1&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
     <name>Widget</name>
     <message>
         <source>zuobiaozhou</source>
@@ -220,6 +259,144 @@
     <message>
         <source>初始化选择区域</source>
         <translation>Initialize selected area</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_progress_ui</name>
+    <message>
+        <source>Dialog</source>
+        <translation>Scan status</translation>
+    </message>
+    <message>
+        <source>Cancel Scan</source>
+        <translation>Cancel Scan</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Finish Scan</translation>
+    </message>
+    <message>
+        <source>start scanning</source>
+        <translation>Start scanning...</translation>
+    </message>
+    <message>
+        <source>stop scanning</source>
+        <translation>Stop scanning...</translation>
+    </message>
+    <message>
+        <source>image recived:</source>
+        <translation>Image recived:</translation>
+    </message>
+    <message>
+        <source>Start scan...</source>
+        <translation>Start scan...</translation>
+    </message>
+    <message>
+        <source>Scan completed</source>
+        <translation>Scan completed</translation>
+    </message>
+    <message>
+        <source>Total scanned images: %1</source>
+        <translation>Total scanned images: %1</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_Source_Select</name>
+    <message>
+        <source>Select source</source>
+        <translation>Select source</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>tips</source>
+        <translation>Prompt</translation>
+    </message>
+    <message>
+        <source>Load library failed</source>
+        <translation>Load library failed</translation>
+    </message>
+    <message>
+        <source>Find function failed</source>
+        <translation>Find function failed</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_Twain_Source_Select</name>
+    <message>
+        <source>Select source</source>
+        <translation>Select source</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_abnormal_img_select</name>
+    <message>
+        <source>Dialog</source>
+        <translation>Abnormal image</translation>
+    </message>
+    <message>
+        <source>Reserve</source>
+        <translation>Reserve image</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>Discard image</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_device_select</name>
+    <message>
+        <source>Dialog</source>
+        <translation>Select device</translation>
+    </message>
+    <message>
+        <source>Ok</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>Dialog_Input</name>
+    <message>
+        <source>Dialog</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>输入：</source>
+        <translation>Enter:</translation>
+    </message>
+    <message>
+        <source>Ok</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>tips</source>
+        <translation>Prompt</translation>
+    </message>
+    <message>
+        <source>The content can not be empty</source>
+        <translation>The content can not be empty</translation>
     </message>
 </context>
 </TS>
