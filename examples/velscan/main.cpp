@@ -248,6 +248,11 @@ int main(int argc, char** argv)
     std::atomic<bool> settingsClosed{false};
     ui_event_callback settingsEvent;
     _sane_api api = backend.api();
+    // The device's saved settings first, as a scan without the dialog would have them.
+    if (char* scheme = ui.apply_current_config(device.c_str(), backend.handle(), &api)) {
+        std::printf("velscan: applied the configuration scheme \"%s\"\n", scheme);
+        ui.twain_ui_free(scheme);
+    }
     ui.show_setting_ui(backend.handle(), nullptr, &api, device.c_str(), true,
                        [&](ui_result result) {
                            if (result == UI_RESULT_START_SCAN)

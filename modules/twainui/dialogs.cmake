@@ -25,6 +25,9 @@ add_library(twainui_ui OBJECT
   zy_settingdialog_roundtrip.cpp
   zy_settingdialog_close.cpp
   zy_settingdialog_tools.cpp
+  zy_settingdialog_apply.cpp
+  zy_settingdialog_schemes.cpp
+  device_menu.cpp
 )
 target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(twainui_ui PUBLIC
