@@ -102,7 +102,7 @@ void bareApply(const Device& device, const std::vector<std::pair<int, std::strin
 {
     const _sane_api& api = device.api();
     SANE_Int count = 0;
-    read_option_count(api, device.handle(), &count);
+    readOptionCount(api, device.handle(), &count);
     for (int n = 1; n < count; ++n)
         api.sane_get_option_descriptor(device.handle(), n);
     api.sane_control_option(device.handle(), 1, SANE_ACTION_SET_VALUE, nullptr, nullptr);
@@ -126,10 +126,10 @@ std::vector<std::pair<int, std::string>> valuesOf(gb::sane_config_schm* scheme)
 void rereadAll(const Device& device)
 {
     SANE_Int count = 0;
-    read_option_count(device.api(), device.handle(), &count);
+    readOptionCount(device.api(), device.handle(), &count);
     for (int n = 1; n < count; ++n) {
         std::vector<char> value;
-        read_option_value(device.api(), device.handle(), n, value);
+        readOptionValue(device.api(), device.handle(), n, value);
     }
 }
 

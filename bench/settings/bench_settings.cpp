@@ -99,7 +99,7 @@ public:
     int count() const
     {
         SANE_Int count = 0;
-        read_option_count(api(), handle(), &count);
+        readOptionCount(api(), handle(), &count);
         return count;
     }
 };
@@ -164,9 +164,9 @@ void readEverything(const Driver& driver, bool defaults)
         if (!d || d->type == SANE_TYPE_GROUP || d->type == SANE_TYPE_BUTTON)
             continue;
         std::vector<char> value;
-        read_option_value(driver.api(), driver.handle(), n, value);
+        readOptionValue(driver.api(), driver.handle(), n, value);
         if (defaults)
-            read_default_value(driver.api(), driver.handle(), n, value);
+            readDefaultValue(driver.api(), driver.handle(), n, value);
     }
 }
 
@@ -189,7 +189,7 @@ std::vector<std::vector<char>> values(const Driver& driver)
     for (std::size_t n = 1; n < all.size(); ++n) {
         const SANE_Option_Descriptor* d = driver.api().sane_get_option_descriptor(driver.handle(), SANE_Int(n));
         if (d && d->type != SANE_TYPE_GROUP && d->type != SANE_TYPE_BUTTON)
-            read_option_value(driver.api(), driver.handle(), SANE_Int(n), all[n]);
+            readOptionValue(driver.api(), driver.handle(), SANE_Int(n), all[n]);
     }
     return all;
 }
@@ -424,7 +424,7 @@ void BM_reload_test_backend(benchmark::State& state)
     gb::scanner_cfg* cfg = new gb::scanner_cfg();
     std::unique_ptr<zy_settingdialog> dialog(newDialog(driver, cfg));
     // "read-limit" reveals "read-limit-size": the backend asks for a reload.
-    QCheckBox* trigger = triggerBox(dialog.get(), find_option_by_name(driver.api(), driver.handle(), "read-limit"));
+    QCheckBox* trigger = triggerBox(dialog.get(), findOptionByName(driver.api(), driver.handle(), "read-limit"));
     reloadStep(state, driver, trigger, dialog.get());
     dialog.reset();
     cfg->release();

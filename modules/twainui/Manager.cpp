@@ -483,7 +483,7 @@ int Manager::showAbnormalImgUi(const SANE_Image* image)
     if (SaneImageToZyImage(image, &wrapped) == 0) {
         ZyImage copy = nullptr;
         if (ZyBase_CloneImage(wrapped, &copy) == 0)
-            request.image.reset(copy, image_destroyer());
+            request.image.reset(copy, ImageDestroyer());
         ZyBase_DestroyImage(wrapped);
     }
     emit createAbnormalImgUi(request);

@@ -76,7 +76,7 @@ struct SaneSourceRequest {
 };
 Q_DECLARE_METATYPE(SaneSourceRequest)
 
-struct image_destroyer {
+struct ImageDestroyer {
     void operator()(ZyImage image) const { ZyBase_DestroyImage(image); }
 };
 // A copy of the host's pixels: the host may free its own once the call returns.
@@ -225,7 +225,7 @@ private:
     std::mutex m_resultMutex;
     int m_devId = -1;
     TW_IDENTITY m_twainChosen{};
-    unique_zy_dll m_saneDll; // a pick that no export has handed out yet
+    UniqueZyDll m_saneDll; // a pick that no export has handed out yet
     _sane_api m_saneLibApi{};
     std::string m_saneManuName;
     int m_abnormalResult = 0;

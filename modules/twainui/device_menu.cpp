@@ -18,7 +18,7 @@ std::string canonical(const char* text)
     return own ? own : (text ? text : "");
 }
 
-std::string word_bytes(SANE_Word word)
+std::string wordBytes(SANE_Word word)
 {
     return std::string(reinterpret_cast<const char*>(&word), sizeof(word));
 }
@@ -30,7 +30,7 @@ dev_que::dev_que(SANE_Handle handle, const _sane_api* api)
     if (!api || !api->sane_get_option_descriptor)
         return;
     SANE_Int count = 0;
-    read_option_count(*api, handle, &count);
+    readOptionCount(*api, handle, &count);
     for (SANE_Int n = 1; n < std::min(count, kMaxOptions); ++n) {
         const SANE_Option_Descriptor* d = api->sane_get_option_descriptor(handle, n);
         if (d && d->name && *d->name && d->title && d->type != SANE_TYPE_BUTTON
@@ -63,13 +63,13 @@ void dev_que::trans_number(const char* name, std::string& value, void* param)
             return; // an array has no one number
         switch (o.type) {
         case SANE_TYPE_BOOL:
-            value = word_bytes(value == "true" || std::atoi(value.c_str()) != 0);
+            value = wordBytes(value == "true" || std::atoi(value.c_str()) != 0);
             break;
         case SANE_TYPE_INT:
-            value = word_bytes(static_cast<SANE_Word>(std::strtol(value.c_str(), nullptr, 10)));
+            value = wordBytes(static_cast<SANE_Word>(std::strtol(value.c_str(), nullptr, 10)));
             break;
         case SANE_TYPE_FIXED:
-            value = word_bytes(static_cast<SANE_Word>(std::strtod(value.c_str(), nullptr) * 65536.0));
+            value = wordBytes(static_cast<SANE_Word>(std::strtod(value.c_str(), nullptr) * 65536.0));
             break;
         default:
             value = canonical(value.c_str());

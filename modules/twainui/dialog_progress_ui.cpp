@@ -36,16 +36,16 @@ void releaseThread(ZyThread& thread)
     thread = nullptr;
 }
 
-using shared_channel = std::shared_ptr<progress_result_channel>;
+using SharedChannel = std::shared_ptr<ProgressResultChannel>;
 
 } // namespace
 
-progress_result_channel::progress_result_channel(ui_result_callback callback)
+ProgressResultChannel::ProgressResultChannel(ui_result_callback callback)
     : m_callback(std::move(callback))
 {
 }
 
-void progress_result_channel::send(ui_result result) const
+void ProgressResultChannel::send(ui_result result) const
 {
     ui_result_callback callback;
     {
@@ -57,7 +57,7 @@ void progress_result_channel::send(ui_result result) const
         callback(result);
 }
 
-void progress_result_channel::revoke()
+void ProgressResultChannel::revoke()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_callback = nullptr;
@@ -66,7 +66,7 @@ void progress_result_channel::revoke()
 Dialog_progress_ui::Dialog_progress_ui(ui_result_callback callback, QWidget* owner)
     : QDialog(owner)
     , ui(std::make_unique<Ui::Dialog_progress_ui>())
-    , m_callback(std::make_shared<progress_result_channel>(std::move(callback)))
+    , m_callback(std::make_shared<ProgressResultChannel>(std::move(callback)))
     , m_timer(new QTimer(this))
 {
     ui->setupUi(this);
@@ -211,7 +211,7 @@ void Dialog_progress_ui::on_pbtn_close_clicked()
 
 ZyThread Dialog_progress_ui::startWorker(ZyThreadProc body) const
 {
-    auto* callback = new shared_channel(m_callback);
+    auto* callback = new SharedChannel(m_callback);
     ZyThread thread = nullptr;
     if (ZyBase_OpenThread(body, callback, &thread) != 0) {
         delete callback;
@@ -222,7 +222,7 @@ ZyThread Dialog_progress_ui::startWorker(ZyThreadProc body) const
 
 void Dialog_progress_ui::ThreadFunc(void* callback)
 {
-    const std::unique_ptr<shared_channel> channel(static_cast<shared_channel*>(callback));
+    const std::unique_ptr<SharedChannel> channel(static_cast<SharedChannel*>(callback));
     // Let the window go before the host hears of it.
     std::this_thread::sleep_for(kCloseResultDelay);
     (*channel)->send(UI_RESULT_CLOSE_NORMAL);
@@ -230,7 +230,7 @@ void Dialog_progress_ui::ThreadFunc(void* callback)
 
 void Dialog_progress_ui::CancelScanThreadFunc(void* callback)
 {
-    const std::unique_ptr<shared_channel> channel(static_cast<shared_channel*>(callback));
+    const std::unique_ptr<SharedChannel> channel(static_cast<SharedChannel*>(callback));
     (*channel)->send(UI_RESULT_CANCEL_SCAN);
 }
 

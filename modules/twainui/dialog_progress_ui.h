@@ -19,10 +19,10 @@ class QTimer;
 
 // The host's result callback, shared with the workers that deliver results so
 // that a close by the host also silences results already on their way.
-class progress_result_channel
+class ProgressResultChannel
 {
 public:
-    explicit progress_result_channel(ui_result_callback callback);
+    explicit ProgressResultChannel(ui_result_callback callback);
     void send(ui_result result) const;
     void revoke();
 
@@ -87,7 +87,7 @@ private:
     bool m_closedByHost = false;
     std::unique_ptr<Ui::Dialog_progress_ui> ui;
     int m_count = 0;
-    std::shared_ptr<progress_result_channel> m_callback;
+    std::shared_ptr<ProgressResultChannel> m_callback;
     QTimer* m_timer = nullptr;
     bool m_scanning = false;
     ZyThread m_closeThread = nullptr;

@@ -21,7 +21,7 @@ using detail::kBadText;
 
 namespace {
 
-struct brand
+struct Brand
 {
     const char* word;
     const char* prefix;
@@ -36,17 +36,17 @@ constexpr char kVelmarWord[] = "威马";
 constexpr char kPidMarker[] = "扫描仪—G";
 static_assert(sizeof(kPidMarker) - 1 == 13, "the marker is 13 bytes of UTF-8");
 
-const brand kBrands[] = {
+const Brand kBrands[] = {
     {kMakerWord, "ZYTRASCAN ", updater::zy_model_from_pid},
     {kKorrinWord, "Korrin ", updater::kr_model_from_pid},
     {kVelmarWord, "VELMARSCAN ", updater::vel_model_from_pid},
 };
 
-std::string device_name_from_title(const std::string& title)
+std::string deviceNameFromTitle(const std::string& title)
 {
     if (title.empty() || static_cast<unsigned char>(title[0]) < 0x80)
         return title;
-    for (const brand& b : kBrands) {
+    for (const Brand& b : kBrands) {
         if (title.compare(0, strlen(b.word), b.word) != 0)
             continue;
         const size_t marker = title.find(kPidMarker);
@@ -58,7 +58,7 @@ std::string device_name_from_title(const std::string& title)
 }
 
 // Titles come from a file: never let one point outside the directory.
-std::string safe_file_name(const std::string& name)
+std::string safeFileName(const std::string& name)
 {
     char buf[512];
     if (ZyBase_StandardiseFileName(name.c_str(), buf, sizeof(buf)) != 0)
@@ -68,10 +68,10 @@ std::string safe_file_name(const std::string& name)
 
 // One option record of an old scheme: "name", "value" and an optional file
 // named by "extra" whose content becomes the option's supplementary data.
-void convert_option(const std::string& record, sane_config_schm& schm,
+void convertOption(const std::string& record, sane_config_schm& schm,
                     scanner_cfg::_update_func& func)
 {
-    ref_ptr<json> opt(new json(record.c_str()));
+    RefPtr<json> opt(new json(record.c_str()));
     std::string title;
     if (!opt->get_value("name", title))
         return;
@@ -94,13 +94,13 @@ void convert_option(const std::string& record, sane_config_schm& schm,
 // One old device record: a list whose first element holds "cur_sel" and whose
 // further elements are schemes. Elements may be nested JSON or JSON text
 // inside strings: their text is parsed again either way.
-int convert_device(const std::string& record, scanner_cfg& cfg, scanner_cfg::_update_func& func)
+int convertDevice(const std::string& record, scanner_cfg& cfg, scanner_cfg::_update_func& func)
 {
-    ref_ptr<json> list(new json(record.c_str()));
+    RefPtr<json> list(new json(record.c_str()));
     std::string element;
     if (!list->first_child(element))
         return kBadText;
-    ref_ptr<json> head(new json(element.c_str()));
+    RefPtr<json> head(new json(element.c_str()));
     int cur_sel = -1;
     if (!head->get_value("cur_sel", cur_sel))
         return kBadText;
@@ -108,15 +108,15 @@ int convert_device(const std::string& record, scanner_cfg& cfg, scanner_cfg::_up
     std::vector<std::string> names;
     std::vector<std::string> options;
     while (list->next_child(element)) {
-        ref_ptr<json> scheme(new json);
+        RefPtr<json> scheme(new json);
         if (!scheme->attach_text(element.c_str()))
             return kBadText;
         std::string name;
         if (!scheme->get_value("scheme", name) || !scheme->get_as_array("opts", options))
             break;
-        ref_ptr<sane_config_schm> schm(new sane_config_schm);
+        RefPtr<sane_config_schm> schm(new sane_config_schm);
         for (const std::string& option : options)
-            convert_option(option, *schm, func);
+            convertOption(option, *schm, func);
         cfg.add_scheme(schm.get(), name.c_str());
         names.push_back(std::move(name));
     }
@@ -125,7 +125,7 @@ int convert_device(const std::string& record, scanner_cfg& cfg, scanner_cfg::_up
     return 0;
 }
 
-std::string directory_of(const std::string& path)
+std::string directoryOf(const std::string& path)
 {
     const size_t slash = path.rfind('/');
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
@@ -142,24 +142,24 @@ int scanner_cfg::update(const char* file, _update_func* func)
     if (loaded != 0)
         return loaded;
     const std::string plain = base64().decode(text.data(), text.size());
-    ref_ptr<json> old(new json(plain.c_str()));
-    if (!old->is_object())
+    RefPtr<json> old(new json(plain.c_str()));
+    if (!old->isObject())
         return kBadText;
 
-    std::vector<std::pair<std::string, ref_ptr<scanner_cfg>>> devices;
+    std::vector<std::pair<std::string, RefPtr<scanner_cfg>>> devices;
     std::string record;
     std::string title;
     for (bool more = old->first_child(record, &title); more; more = old->next_child(record, &title)) {
-        ref_ptr<scanner_cfg> cfg(new scanner_cfg);
-        const int err = convert_device(record, *cfg, *func);
+        RefPtr<scanner_cfg> cfg(new scanner_cfg);
+        const int err = convertDevice(record, *cfg, *func);
         if (err != 0)
             return err;
-        devices.emplace_back(safe_file_name(device_name_from_title(title)), std::move(cfg));
+        devices.emplace_back(safeFileName(deviceNameFromTitle(title)), std::move(cfg));
     }
 
     // Titles that differ may standardise to one name: later devices get a
     // numbered name of their own instead of overwriting the first.
-    const std::string dir = directory_of(file);
+    const std::string dir = directoryOf(file);
     std::unordered_set<std::string> taken;
     for (auto& [name, cfg] : devices) {
         std::string unique = name;
@@ -177,17 +177,17 @@ int scanner_cfg::update(const char* file, _update_func* func)
 
 namespace {
 
-struct model_row
+struct ModelRow
 {
     const char* pid;
     const char* model;
 };
 
 template <size_t N>
-std::string model_from_pid(const char* pid, const model_row (&rows)[N], const char* series)
+std::string modelFromPid(const char* pid, const ModelRow (&rows)[N], const char* series)
 {
     const std::string id = pid ? pid : "";
-    for (const model_row& row : rows) {
+    for (const ModelRow& row : rows) {
         if (id == row.pid)
             return row.model;
     }
@@ -197,9 +197,9 @@ std::string model_from_pid(const char* pid, const model_row (&rows)[N], const ch
     return name.append(" - ").append(id);
 }
 
-const model_row kZyModels[] = {{"7203", "G72S"}};
-const model_row kKrModels[] = {{"6105", "K61D"}};
-const model_row kVelModels[] = {
+const ModelRow kZyModels[] = {{"7203", "G72S"}};
+const ModelRow kKrModels[] = {{"6105", "K61D"}};
+const ModelRow kVelModels[] = {
     {"8110", "V81D"}, {"8120", "V81S"}, {"8210", "V82D"}, {"8220", "V82S"}, {"9100", "V91"},
 };
 
@@ -209,24 +209,24 @@ namespace updater {
 
 std::string zy_model_from_pid(const char* pid)
 {
-    return model_from_pid(pid, kZyModels, "G");
+    return modelFromPid(pid, kZyModels, "G");
 }
 
 std::string kr_model_from_pid(const char* pid)
 {
-    return model_from_pid(pid, kKrModels, "K");
+    return modelFromPid(pid, kKrModels, "K");
 }
 
 std::string vel_model_from_pid(const char* pid)
 {
-    return model_from_pid(pid, kVelModels, "V");
+    return modelFromPid(pid, kVelModels, "V");
 }
 
-std::string converted_device_name(const char* vendor, const char* pid)
+std::string convertedDeviceName(const char* vendor, const char* pid)
 {
     if (!vendor)
         return std::string();
-    for (const gb::brand& b : gb::kBrands) {
+    for (const gb::Brand& b : gb::kBrands) {
         // The prefix is the vendor's word and a blank.
         const size_t word = strlen(b.prefix) - 1;
         if (strlen(vendor) == word && strncasecmp(vendor, b.prefix, word) == 0)

@@ -11,7 +11,7 @@ namespace {
 // every tree we build printable and parseable again.
 constexpr size_t kMaxPathDepth = 64;
 
-char* dup_text(const char* text)
+char* dupText(const char* text)
 {
     const size_t bytes = strlen(text) + 1;
     char* copy = static_cast<char*>(cJSON_malloc(bytes));
@@ -20,12 +20,12 @@ char* dup_text(const char* text)
     return copy;
 }
 
-void set_type(cJSON* node, int type)
+void setType(cJSON* node, int type)
 {
     node->type = (node->type & cJSON_StringIsConst) | type;
 }
 
-void set_key(cJSON* node, char* key)
+void setKey(cJSON* node, char* key)
 {
     if (node->string && !(node->type & cJSON_StringIsConst))
         cJSON_free(node->string);
@@ -41,7 +41,7 @@ std::string printed(const cJSON* node, bool formatted)
     return result;
 }
 
-std::string number_text(const cJSON* node, bool integer)
+std::string numberText(const cJSON* node, bool integer)
 {
     char buf[40];
     if (integer)
@@ -51,7 +51,7 @@ std::string number_text(const cJSON* node, bool integer)
     return buf;
 }
 
-std::string node_text(const cJSON* node, bool integer)
+std::string nodeText(const cJSON* node, bool integer)
 {
     switch (node->type & 0xFF) {
     case cJSON_False:
@@ -61,7 +61,7 @@ std::string node_text(const cJSON* node, bool integer)
     case cJSON_NULL:
         return "null";
     case cJSON_Number:
-        return number_text(node, integer);
+        return numberText(node, integer);
     case cJSON_String:
         return node->valuestring ? node->valuestring : "";
     case cJSON_Array:
@@ -73,7 +73,7 @@ std::string node_text(const cJSON* node, bool integer)
 }
 
 // "/" ends a segment and swallows the character after it: "a/xb" is a, b.
-std::vector<std::string> split_path(const char* key)
+std::vector<std::string> splitPath(const char* key)
 {
     std::vector<std::string> segments;
     if (!key)
@@ -97,7 +97,7 @@ std::vector<std::string> split_path(const char* key)
     return segments;
 }
 
-bool is_container(const cJSON* node)
+bool isContainer(const cJSON* node)
 {
     return cJSON_IsObject(node) || cJSON_IsArray(node);
 }
@@ -111,7 +111,7 @@ cJSON* resolve(cJSON* root, const std::vector<std::string>& segments, bool creat
     for (size_t i = 0; i < segments.size(); ++i) {
         if (i > 0)
             owner = node;
-        if (!is_container(owner))
+        if (!isContainer(owner))
             return nullptr;
         at = &owner->child;
         node = gb::json::find_sibling(owner->child, segments[i].c_str(), &at);
@@ -193,10 +193,10 @@ void json::clear()
 {
     cJSON_Delete(obj_);
     obj_ = nullptr;
-    reset_walk();
+    resetWalk();
 }
 
-void json::reset_walk()
+void json::resetWalk()
 {
     cur_child_ = nullptr;
     walk_head_.next = nullptr;
@@ -212,14 +212,14 @@ int json::count() const
     return obj_ ? cJSON_GetArraySize(obj_) : 0;
 }
 
-bool json::is_object() const
+bool json::isObject() const
 {
     return cJSON_IsObject(obj_);
 }
 
 cJSON* json::find(const char* key, bool create, cJSON*** link, cJSON** parent)
 {
-    const std::vector<std::string> segments = split_path(key);
+    const std::vector<std::string> segments = splitPath(key);
     if (segments.empty() || segments.size() > kMaxPathDepth)
         return nullptr;
     if (!obj_) {
@@ -233,7 +233,7 @@ cJSON* json::find(const char* key, bool create, cJSON*** link, cJSON** parent)
 
 const cJSON* json::find(const char* key) const
 {
-    const std::vector<std::string> segments = split_path(key);
+    const std::vector<std::string> segments = splitPath(key);
     if (!obj_ || segments.empty() || segments.size() > kMaxPathDepth)
         return nullptr;
     return resolve(obj_, segments, false, nullptr, nullptr);
@@ -290,7 +290,7 @@ bool json::get_value_as_string(const char* key, std::string& val, bool integer) 
     const cJSON* node = find(key);
     if (!node)
         return false;
-    val = node_text(node, integer);
+    val = nodeText(node, integer);
     return true;
 }
 
@@ -302,7 +302,7 @@ bool json::get_as_array(const char* key, std::vector<std::string>& val) const
         return false;
     for (const cJSON* item = node->child; item; item = item->next) {
         if (cJSON_IsNumber(item))
-            val.push_back(number_text(item, true));
+            val.push_back(numberText(item, true));
         else if (cJSON_IsString(item))
             val.emplace_back(item->valuestring ? item->valuestring : "");
         else
@@ -311,7 +311,7 @@ bool json::get_as_array(const char* key, std::vector<std::string>& val) const
     return true;
 }
 
-cJSON* json::writable_node(const char* key)
+cJSON* json::writableNode(const char* key)
 {
     if (key) {
         cJSON* node = find(key, true, nullptr);
@@ -331,19 +331,19 @@ cJSON* json::writable_node(const char* key)
 
 bool json::set_value(const char* key, bool val)
 {
-    cJSON* node = writable_node(key);
+    cJSON* node = writableNode(key);
     if (!node)
         return false;
-    set_type(node, val ? cJSON_True : cJSON_False);
+    setType(node, val ? cJSON_True : cJSON_False);
     return true;
 }
 
 bool json::set_value(const char* key, int val)
 {
-    cJSON* node = writable_node(key);
+    cJSON* node = writableNode(key);
     if (!node)
         return false;
-    set_type(node, cJSON_Number);
+    setType(node, cJSON_Number);
     node->valueint = val;
     node->valuedouble = val;
     return true;
@@ -351,11 +351,11 @@ bool json::set_value(const char* key, int val)
 
 bool json::set_value(const char* key, double val)
 {
-    cJSON* node = writable_node(key);
+    cJSON* node = writableNode(key);
     if (!node)
         return false;
     // The int part stays as it was; readers of the int see the old value.
-    set_type(node, cJSON_Number);
+    setType(node, cJSON_Number);
     node->valuedouble = val;
     return true;
 }
@@ -368,15 +368,15 @@ bool json::set_value(const char* key, const std::string& val)
 bool json::set_value(const char* key, const char* val)
 {
     // Copy first: val may point into the node that is about to be freed.
-    char* text = dup_text(val ? val : "");
+    char* text = dupText(val ? val : "");
     if (!text)
         return false;
-    cJSON* node = writable_node(key);
+    cJSON* node = writableNode(key);
     if (!node) {
         cJSON_free(text);
         return false;
     }
-    set_type(node, cJSON_String);
+    setType(node, cJSON_String);
     node->valuestring = text;
     return true;
 }
@@ -392,11 +392,11 @@ bool json::set_value(const char* key, json* val)
             obj_ = create_element(true);
         cJSON_AddItemToArray(obj_, val->obj_);
         val->obj_ = nullptr;
-        val->reset_walk();
+        val->resetWalk();
         return true;
     }
 
-    char* name = dup_text(key);
+    char* name = dupText(key);
     if (!name)
         return false;
     cJSON** link = nullptr;
@@ -408,7 +408,7 @@ bool json::set_value(const char* key, json* val)
     }
     cJSON* moved = val->obj_;
     val->obj_ = nullptr;
-    val->reset_walk();
+    val->resetWalk();
 
     // cJSON_Delete frees the node and every member after it: keep the walk
     // away from freed members.
@@ -424,17 +424,17 @@ bool json::set_value(const char* key, json* val)
     *link = moved;
     parent->child->prev = moved; // cJSON keeps the tail in the head's prev
     cJSON_Delete(node);
-    set_key(moved, name);
+    setKey(moved, name);
     return true;
 }
 
-bool json::report_child(std::string& value, std::string* name) const
+bool json::reportChild(std::string& value, std::string* name) const
 {
     if (!cur_child_) {
         value.clear();
         return false;
     }
-    value = node_text(cur_child_, false);
+    value = nodeText(cur_child_, false);
     if (name && cur_child_->string)
         *name = cur_child_->string;
     return true;
@@ -442,16 +442,16 @@ bool json::report_child(std::string& value, std::string* name) const
 
 bool json::first_child(std::string& value, std::string* name)
 {
-    reset_walk();
+    resetWalk();
     cur_child_ = obj_ ? obj_->child : nullptr;
-    return report_child(value, name);
+    return reportChild(value, name);
 }
 
 bool json::next_child(std::string& value, std::string* name)
 {
     if (cur_child_)
         cur_child_ = cur_child_->next;
-    return report_child(value, name);
+    return reportChild(value, name);
 }
 
 bool json::remove(const char* key)
@@ -488,10 +488,10 @@ bool json::change_key(const char* old_key, const char* new_key)
         memmove(node->string, new_key, bytes);
         return true;
     }
-    char* key = dup_text(new_key);
+    char* key = dupText(new_key);
     if (!key)
         return false;
-    set_key(node, key);
+    setKey(node, key);
     return true;
 }
 
@@ -503,7 +503,7 @@ cJSON* json::create_element(bool array)
 cJSON* json::create_element_with_name(const char* name)
 {
     cJSON* node = cJSON_CreateObject();
-    char* key = node ? dup_text(name) : nullptr;
+    char* key = node ? dupText(name) : nullptr;
     if (!key) {
         cJSON_Delete(node);
         return nullptr;
@@ -532,7 +532,7 @@ void json::free_node_data(cJSON* node)
     }
     node->child = nullptr;
     node->valuestring = nullptr;
-    set_type(node, cJSON_NULL);
+    setType(node, cJSON_NULL);
 }
 
 } // namespace gb

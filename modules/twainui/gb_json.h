@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace gb {
@@ -37,28 +38,60 @@ private:
     std::atomic<int64_t> ref_{1};
 };
 
-// Gives back the one reference a ref_ptr owns.
-struct releaser
-{
-    template <class T>
-    void operator()(T* obj) const
-    {
-        obj->release();
-    }
-};
-
-// Owns one reference to a gb object: adopts the reference a new object or a
-// "the caller owns" result carries, and releases it when it goes.
+// Owns one reference to a gb object: adopts the reference that a new object or
+// a "the caller owns" result carries, takes one more for each copy, and
+// releases its own when it goes.
 template <class T>
-using ref_ptr = std::unique_ptr<T, releaser>;
+class RefPtr
+{
+public:
+    RefPtr() = default;
+    explicit RefPtr(T* adopted) : m_obj(adopted) {}
+    RefPtr(const RefPtr& other) : m_obj(other.m_obj)
+    {
+        if (m_obj)
+            m_obj->add_ref();
+    }
+    RefPtr(RefPtr&& other) noexcept : m_obj(other.m_obj) { other.m_obj = nullptr; }
+    RefPtr& operator=(RefPtr other) noexcept
+    {
+        std::swap(m_obj, other.m_obj);
+        return *this;
+    }
+    ~RefPtr() { reset(); }
+
+    T* get() const { return m_obj; }
+    T* operator->() const { return m_obj; }
+    T& operator*() const { return *m_obj; }
+    explicit operator bool() const { return m_obj != nullptr; }
+
+    // Adopts obj (null: none) and releases the reference held before.
+    void reset(T* obj = nullptr)
+    {
+        T* old = m_obj;
+        m_obj = obj;
+        if (old)
+            old->release();
+    }
+    // Hands the reference to the caller.
+    T* release()
+    {
+        T* obj = m_obj;
+        m_obj = nullptr;
+        return obj;
+    }
+
+private:
+    T* m_obj = nullptr;
+};
 
 // A new reference of its own to obj (null stays null).
 template <class T>
-ref_ptr<T> share(T* obj)
+RefPtr<T> share(T* obj)
 {
     if (obj)
         obj->add_ref();
-    return ref_ptr<T>(obj);
+    return RefPtr<T>(obj);
 }
 
 // One parsed JSON tree, addressed by key paths. In a path "/" separates
@@ -75,7 +108,7 @@ public:
     void clear();
     std::string to_string(bool formatted) const;
     int count() const;
-    bool is_object() const;
+    bool isObject() const;
 
     bool get_value(const char* key, bool& val) const;
     bool get_value(const char* key, int& val) const;
@@ -120,9 +153,9 @@ protected:
 private:
     cJSON* find(const char* key, bool create, cJSON*** link, cJSON** parent = nullptr);
     const cJSON* find(const char* key) const;
-    cJSON* writable_node(const char* key);
-    bool report_child(std::string& value, std::string* name) const;
-    void reset_walk();
+    cJSON* writableNode(const char* key);
+    bool reportChild(std::string& value, std::string* name) const;
+    void resetWalk();
 
     cJSON* obj_ = nullptr;
     cJSON* cur_child_ = nullptr;
@@ -210,16 +243,16 @@ protected:
 private:
     void clear();
     json* values();
-    bool walk_config(bool first, std::string& name, std::string& value);
+    bool walkConfig(bool first, std::string& name, std::string& value);
     // Replaces the values by text's addressable members; see the implementation.
-    bool attach_values(const char* text, std::string* dropped);
+    bool attachValues(const char* text, std::string* dropped);
 
     std::string scheme_name_;
-    ref_ptr<scanner_cfg> scanner_;
+    RefPtr<scanner_cfg> scanner_;
     std::string file_;
-    ref_ptr<json> jsn_;
-    ref_ptr<json> bkp_;
-    ref_ptr<json> def_val_;
+    RefPtr<json> jsn_;
+    RefPtr<json> bkp_;
+    RefPtr<json> def_val_;
     bool in_setting_ = false;
     std::map<int, std::string> id_name_;
 };
@@ -279,18 +312,18 @@ private:
     struct _cfg_schm
     {
         std::string name;
-        ref_ptr<sane_config_schm> schm;
+        RefPtr<sane_config_schm> schm;
     };
 
     void walk_sibling_schemes(json& doc);
-    int current_index() const;
-    int index_of(const char* name) const;
+    int currentIndex() const;
+    int indexOf(const char* name) const;
 
     std::string path_;
     std::string scanner_name_;
-    ref_ptr<json> global_;
+    RefPtr<json> global_;
     std::vector<_cfg_schm> schemes_;
-    ref_ptr<sane_config_schm> default_schm_;
+    RefPtr<sane_config_schm> default_schm_;
 };
 
 // Reads a whole regular file of at most 64 MiB; 0 or an error number.
@@ -306,7 +339,7 @@ std::string vel_model_from_pid(const char* pid);
 // The name the converter gives the file of a device whose title named the
 // brand with the device name's first word vendor ("ZYTRASCAN", any case) and
 // the product id pid ("7203"): "ZYTRASCAN G72S". Empty for other vendors.
-std::string converted_device_name(const char* vendor, const char* pid);
+std::string convertedDeviceName(const char* vendor, const char* pid);
 } // namespace updater
 
 #endif

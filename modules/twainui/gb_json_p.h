@@ -12,7 +12,7 @@ constexpr int kBadText = EINVAL;
 static_assert(kBadText == 22, "unparsable text is reported as 22");
 
 // "<major>.<minor>" of the configuration format this release writes.
-std::string version_text();
+std::string versionText();
 
 } // namespace gb::detail
 

@@ -21,7 +21,7 @@ constexpr unsigned int kVersionMinor = 52;
 
 } // namespace
 
-std::string version_text()
+std::string versionText()
 {
     char buf[32];
     snprintf(buf, sizeof(buf), "%u.%u", kVersionMajor, kVersionMinor);
@@ -32,13 +32,13 @@ std::string version_text()
 
 namespace gb {
 
-using detail::version_text;
+using detail::versionText;
 
 namespace {
 
 constexpr char kDataSuffix[] = "_data";
 
-std::map<std::string, std::string> members_of(json* doc)
+std::map<std::string, std::string> membersOf(json* doc)
 {
     std::map<std::string, std::string> members;
     std::string value;
@@ -50,9 +50,9 @@ std::map<std::string, std::string> members_of(json* doc)
 }
 
 // Same members with the same texts, in any order.
-bool same_members(json* left, json* right)
+bool sameMembers(json* left, json* right)
 {
-    std::map<std::string, std::string> pending = members_of(right);
+    std::map<std::string, std::string> pending = membersOf(right);
     std::string value;
     std::string name;
     for (bool more = left && left->first_child(value, &name); more;
@@ -70,7 +70,7 @@ bool same_members(json* left, json* right)
 // the one lookups find, so later repeats would only resurface once it is
 // removed). The keys of dropped members are appended to dropped, one per line.
 // Null when the text is not an object.
-cJSON* addressable_values(const char* text, std::string* dropped)
+cJSON* addressableValues(const char* text, std::string* dropped)
 {
     cJSON* root = cJSON_Parse(text);
     if (!cJSON_IsObject(root)) {
@@ -92,7 +92,7 @@ cJSON* addressable_values(const char* text, std::string* dropped)
 }
 
 // Leading integer of a version text, 0 when there is none.
-int version_part(const std::string& text, size_t from)
+int versionPart(const std::string& text, size_t from)
 {
     const long value = strtol(text.c_str() + from, nullptr, 10);
     return value > INT_MAX ? INT_MAX : value < INT_MIN ? INT_MIN : int(value);
@@ -163,7 +163,7 @@ void sane_config_schm::copy_default_value(const sane_config_schm* from)
 
 bool sane_config_schm::is_equal(const sane_config_schm* other) const
 {
-    return other && same_members(jsn_.get(), other->jsn_.get());
+    return other && sameMembers(jsn_.get(), other->jsn_.get());
 }
 
 bool sane_config_schm::load_from_mem(const char* text, bool in_base64)
@@ -175,13 +175,13 @@ bool sane_config_schm::load_from_mem(const char* text, bool in_base64)
         source = plain.c_str();
     }
     clear();
-    return attach_values(source, nullptr);
+    return attachValues(source, nullptr);
 }
 
-bool sane_config_schm::attach_values(const char* text, std::string* dropped)
+bool sane_config_schm::attachValues(const char* text, std::string* dropped)
 {
-    cJSON* root = addressable_values(text, dropped);
-    ref_ptr<json> doc(new json);
+    cJSON* root = addressableValues(text, dropped);
+    RefPtr<json> doc(new json);
     const bool attached = root && doc->attach_cjson(root);
     cJSON_Delete(root);
     if (!attached)
@@ -203,7 +203,7 @@ std::string sane_config_schm::to_text_stream(bool b64, bool with_ver)
     if (!jsn_)
         return std::string();
     if (with_ver)
-        jsn_->set_value("ver", version_text());
+        jsn_->set_value("ver", versionText());
     const std::string text = jsn_->to_string(false);
     return b64 ? base64().encode(text.data(), text.size()) : text;
 }
@@ -294,7 +294,7 @@ bool sane_config_schm::get_config(const char* name, std::string& value) const
     return true;
 }
 
-bool sane_config_schm::walk_config(bool first, std::string& name, std::string& value)
+bool sane_config_schm::walkConfig(bool first, std::string& name, std::string& value)
 {
     if (!jsn_)
         return false;
@@ -307,17 +307,17 @@ bool sane_config_schm::walk_config(bool first, std::string& name, std::string& v
 
 bool sane_config_schm::first_config(std::string& name, std::string& value)
 {
-    return walk_config(true, name, value);
+    return walkConfig(true, name, value);
 }
 
 bool sane_config_schm::next_config(std::string& name, std::string& value)
 {
-    return walk_config(false, name, value);
+    return walkConfig(false, name, value);
 }
 
 void sane_config_schm::begin_setting(bool restore)
 {
-    bkp_ = jsn_ ? std::move(jsn_) : ref_ptr<json>(new json("{}"));
+    bkp_ = jsn_ ? std::move(jsn_) : RefPtr<json>(new json("{}"));
     jsn_.reset(new json);
     if (restore)
         jsn_->create_empty(false);
@@ -343,7 +343,7 @@ bool sane_config_schm::has_changed(int* items) const
         *items = jsn_ ? jsn_->count() : 0;
     if (!in_setting_ || !bkp_)
         return false;
-    return !same_members(jsn_.get(), bkp_.get());
+    return !sameMembers(jsn_.get(), bkp_.get());
 }
 
 // Before 4.30 the keys were hex text of option titles; since then they are
@@ -357,8 +357,8 @@ void sane_config_schm::update(bool (*discard)(int sn, void* param), void* param,
         return;
     const std::string ver = get_version();
     const size_t dot = ver.find('.');
-    const bool titles = version_part(ver, 0) <= 4
-        && (dot == std::string::npos || version_part(ver, dot + 1) <= 29);
+    const bool titles = versionPart(ver, 0) <= 4
+        && (dot == std::string::npos || versionPart(ver, dot + 1) <= 29);
     bool changed = false;
     std::string value;
     std::string key;
@@ -370,7 +370,7 @@ void sane_config_schm::update(bool (*discard)(int sn, void* param), void* param,
                 jsn_->change_key(key.c_str(), title_to_name(title.c_str()));
         }
         // Two titles may give one name, or a title no usable name.
-        attach_values(jsn_->to_string(false).c_str(), discarded);
+        attachValues(jsn_->to_string(false).c_str(), discarded);
         changed = true;
     }
 
@@ -387,7 +387,7 @@ void sane_config_schm::update(bool (*discard)(int sn, void* param), void* param,
         }
     }
 
-    jsn_->set_value("ver", version_text());
+    jsn_->set_value("ver", versionText());
     if (changed)
         save_to(nullptr);
 }

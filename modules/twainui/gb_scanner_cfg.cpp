@@ -17,7 +17,7 @@
 namespace gb {
 
 using detail::kBadText;
-using detail::version_text;
+using detail::versionText;
 
 namespace {
 
@@ -27,7 +27,7 @@ constexpr size_t kMaxMiniFile = 64 * 1024 * 1024;
 
 // A name the scheme panel can show and the user can pick again: no control
 // characters (a NUL among them), C1 controls in UTF-8 included.
-bool is_scheme_name(const std::string& name)
+bool isSchemeName(const std::string& name)
 {
     for (size_t i = 0; i < name.size(); ++i) {
         const auto c = static_cast<unsigned char>(name[i]);
@@ -40,7 +40,7 @@ bool is_scheme_name(const std::string& name)
     return !name.empty();
 }
 
-std::string scheme_text(sane_config_schm* schm)
+std::string schemeText(sane_config_schm* schm)
 {
     const std::string text = schm->to_text_stream(false, false);
     return text.empty() ? std::string("{}") : text;
@@ -84,8 +84,8 @@ int scanner_cfg::load_mem(const char* mem, bool in_base64)
     std::string plain = mem ? mem : "";
     if (in_base64)
         plain = base64().decode(plain.data(), plain.size());
-    ref_ptr<json> doc(new json(plain.c_str()));
-    if (!doc->is_object()) {
+    RefPtr<json> doc(new json(plain.c_str()));
+    if (!doc->isObject()) {
         const std::string err = path_ + "err_cfg.txt";
         ZyBase_WriteFileAtomic(err.c_str(), plain.data(), plain.size());
         return kBadText;
@@ -97,7 +97,7 @@ int scanner_cfg::load_mem(const char* mem, bool in_base64)
 
 void scanner_cfg::walk_sibling_schemes(json& doc)
 {
-    ref_ptr<sane_config_schm> found_default;
+    RefPtr<sane_config_schm> found_default;
     std::unordered_set<std::string> listed;
     std::string text;
     std::string key;
@@ -110,9 +110,9 @@ void scanner_cfg::walk_sibling_schemes(json& doc)
         const std::string name = sane_config_schm::from_hex_letter(key.data(), key.size());
         const bool is_default = name == default_setting_name_;
         // Names stay unique and showable, as add_scheme keeps them.
-        if (!is_scheme_name(name) || (is_default ? found_default != nullptr : listed.count(name) > 0))
+        if (!isSchemeName(name) || (is_default ? bool(found_default) : listed.count(name) > 0))
             continue;
-        ref_ptr<sane_config_schm> schm(new sane_config_schm);
+        RefPtr<sane_config_schm> schm(new sane_config_schm);
         if (!schm->load_from_mem(text.c_str(), false))
             continue;
         schm->set_scheme_name(name.c_str());
@@ -124,7 +124,7 @@ void scanner_cfg::walk_sibling_schemes(json& doc)
         }
     }
     default_schm_ = found_default ? std::move(found_default)
-                                  : ref_ptr<sane_config_schm>(new sane_config_schm);
+                                  : RefPtr<sane_config_schm>(new sane_config_schm);
     default_schm_->set_scheme_name(default_setting_name_);
 }
 
@@ -143,12 +143,12 @@ std::string scanner_cfg::to_text(bool b64)
         text.append(",\"")
             .append(sane_config_schm::to_hex_letter(entry.name.data(), entry.name.size()))
             .append("\":")
-            .append(scheme_text(entry.schm.get()));
+            .append(schemeText(entry.schm.get()));
     }
     text.append(",\"")
         .append(sane_config_schm::to_hex_letter(default_setting_name_, strlen(default_setting_name_)))
         .append("\":")
-        .append(scheme_text(default_schm_.get()))
+        .append(schemeText(default_schm_.get()))
         .append("}");
     return b64 ? base64().encode(text.data(), text.size()) : text;
 }
@@ -173,7 +173,7 @@ void scanner_cfg::clear()
 
 void scanner_cfg::init_version()
 {
-    global_->set_value("ver", version_text());
+    global_->set_value("ver", versionText());
 }
 
 void scanner_cfg::init_select()
@@ -181,14 +181,14 @@ void scanner_cfg::init_select()
     global_->set_value(cur_sel_, -1);
 }
 
-int scanner_cfg::current_index() const
+int scanner_cfg::currentIndex() const
 {
     int cur = -1;
     global_->get_value(cur_sel_, cur);
     return cur >= 0 && size_t(cur) < schemes_.size() ? cur : -1;
 }
 
-int scanner_cfg::index_of(const char* name) const
+int scanner_cfg::indexOf(const char* name) const
 {
     if (!name)
         return -1;
@@ -201,7 +201,7 @@ int scanner_cfg::index_of(const char* name) const
 
 std::string scanner_cfg::get_current_scheme_name() const
 {
-    const int cur = current_index();
+    const int cur = currentIndex();
     return cur >= 0 ? schemes_[size_t(cur)].name : std::string(default_setting_name_);
 }
 
@@ -209,12 +209,12 @@ sane_config_schm* scanner_cfg::get_scheme(const char* scheme_name)
 {
     sane_config_schm* found = nullptr;
     if (!scheme_name || !*scheme_name) {
-        const int cur = current_index();
+        const int cur = currentIndex();
         found = cur >= 0 ? schemes_[size_t(cur)].schm.get() : default_schm_.get();
     } else if (strcmp(scheme_name, default_setting_name_) == 0) {
         found = default_schm_.get();
     } else {
-        const int index = index_of(scheme_name);
+        const int index = indexOf(scheme_name);
         found = index >= 0 ? schemes_[size_t(index)].schm.get() : nullptr;
     }
     return share(found).release();
@@ -234,8 +234,8 @@ bool scanner_cfg::add_scheme(sane_config_schm* schm, const char* name)
         return false;
     const std::string key = name && *name ? std::string(name) : schm->get_scheme_name();
     // The default scheme's name is refused too: the file keys it separately.
-    if (!is_scheme_name(key) || key == global_name_ || key == default_setting_name_
-        || index_of(key.c_str()) >= 0)
+    if (!isSchemeName(key) || key == global_name_ || key == default_setting_name_
+        || indexOf(key.c_str()) >= 0)
         return false;
     schemes_.push_back({key, share(schm)});
     schm->set_scheme_name(key.c_str());
@@ -244,7 +244,7 @@ bool scanner_cfg::add_scheme(sane_config_schm* schm, const char* name)
 
 bool scanner_cfg::remove_scheme(const char* name)
 {
-    const int index = index_of(name);
+    const int index = indexOf(name);
     if (index < 0)
         return false;
     int cur = -1;
@@ -265,7 +265,7 @@ void scanner_cfg::remove_all_schemes()
 
 bool scanner_cfg::select_scheme(const char* scheme_name)
 {
-    global_->set_value(cur_sel_, index_of(scheme_name));
+    global_->set_value(cur_sel_, indexOf(scheme_name));
     return true;
 }
 
@@ -277,7 +277,7 @@ sane_config_schm* scanner_cfg::copy_scheme(const char* cp_from_name)
     if (strcmp(cp_from_name, default_setting_name_) == 0) {
         source = default_schm_.get();
     } else {
-        const int index = index_of(cp_from_name);
+        const int index = indexOf(cp_from_name);
         if (index < 0)
             return nullptr;
         source = schemes_[size_t(index)].schm.get();
@@ -289,10 +289,10 @@ sane_config_schm* scanner_cfg::copy_scheme(const char* cp_from_name)
 
 bool scanner_cfg::rename_scheme(const char* from, const char* to)
 {
-    if (!to || !is_scheme_name(to) || strcmp(to, global_name_) == 0
-        || strcmp(to, default_setting_name_) == 0 || index_of(to) >= 0)
+    if (!to || !isSchemeName(to) || strcmp(to, global_name_) == 0
+        || strcmp(to, default_setting_name_) == 0 || indexOf(to) >= 0)
         return false;
-    const int index = index_of(from);
+    const int index = indexOf(from);
     if (index < 0)
         return false;
     schemes_[size_t(index)].name = to;

@@ -8,14 +8,14 @@
 
 namespace {
 
-struct entry_point {
+struct EntryPoint {
     const char* name;
     std::size_t offset;
 };
 
 #define SANE_ENTRY(name) {#name, offsetof(_sane_api, sane_##name)}
 // The order in which the entry points are resolved; a missing one stops the walk.
-const entry_point k_entry_points[] = {
+const EntryPoint kEntryPoints[] = {
     SANE_ENTRY(init),        SANE_ENTRY(exit),           SANE_ENTRY(get_devices),
     SANE_ENTRY(open),        SANE_ENTRY(close),          SANE_ENTRY(start),
     SANE_ENTRY(read),        SANE_ENTRY(cancel),         SANE_ENTRY(set_io_mode),
@@ -24,34 +24,34 @@ const entry_point k_entry_points[] = {
 };
 #undef SANE_ENTRY
 
-constexpr std::size_t k_symbol_buffer = 256;
-constexpr unsigned int k_file_name_buffer = 260;
-constexpr std::size_t k_private_word_buffer = 64;
+constexpr std::size_t kSymbolBuffer = 256;
+constexpr unsigned int kFileNameBuffer = 260;
+constexpr std::size_t kPrivateWordBuffer = 64;
 // The about box expects at most 256 bytes; a driver may send more.
-constexpr std::size_t k_private_text_buffer = 1024;
+constexpr std::size_t kPrivateTextBuffer = 1024;
 
 // Whether every symbol name fits its buffer: checked before anything is
 // filled, so an oversized name changes nothing.
-bool symbol_names_fit(const char* manufacturer)
+bool symbolNamesFit(const char* manufacturer)
 {
     std::size_t longest = 0;
-    for (const entry_point& entry : k_entry_points)
+    for (const EntryPoint& entry : kEntryPoints)
         longest = std::max(longest, std::strlen(entry.name));
     // "sane_" + manufacturer + "_" + name + terminator
-    return std::strlen(manufacturer) + longest + 7 <= k_symbol_buffer;
+    return std::strlen(manufacturer) + longest + 7 <= kSymbolBuffer;
 }
 
-bool can_control(const _sane_api& api)
+bool canControl(const _sane_api& api)
 {
     return api.sane_get_option_descriptor && api.sane_control_option;
 }
 
-std::size_t descriptor_size(const SANE_Option_Descriptor& descriptor)
+std::size_t descriptorSize(const SANE_Option_Descriptor& descriptor)
 {
     return descriptor.size > 0 ? static_cast<std::size_t>(descriptor.size) : 0;
 }
 
-SANE_Word first_word(const void* bytes)
+SANE_Word firstWord(const void* bytes)
 {
     SANE_Word word = 0;
     std::memcpy(&word, bytes, sizeof(word));
@@ -59,17 +59,17 @@ SANE_Word first_word(const void* bytes)
 }
 
 // Reads option n with action into value; the result keeps size bytes.
-SANE_Status read_described(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readDescribed(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                            SANE_Action action, std::size_t extra, bool with_info,
                            std::vector<char>& value)
 {
     value.clear();
-    if (!can_control(api))
+    if (!canControl(api))
         return SANE_STATUS_INVAL;
     const SANE_Option_Descriptor* descriptor = api.sane_get_option_descriptor(handle, n);
     if (!descriptor)
         return SANE_STATUS_INVAL;
-    sane_value buffer = sane_value::for_descriptor(*descriptor, extra);
+    SaneValue buffer = SaneValue::forDescriptor(*descriptor, extra);
     SANE_Int info = 0;
     const SANE_Status status =
         api.sane_control_option(handle, n, action, buffer.data(), with_info ? &info : nullptr);
@@ -84,11 +84,11 @@ int FindFunctions(ZyDll* dll, const char* manufacturer, _sane_api* api)
 {
     if (!dll || !manufacturer || !api)
         return EINVAL;
-    if (!symbol_names_fit(manufacturer))
+    if (!symbolNamesFit(manufacturer))
         return ENAMETOOLONG;
 
-    char symbol[k_symbol_buffer];
-    for (const entry_point& entry : k_entry_points) {
+    char symbol[kSymbolBuffer];
+    for (const EntryPoint& entry : kEntryPoints) {
         std::snprintf(symbol, sizeof(symbol), "sane_%s_%s", manufacturer, entry.name);
         void** slot = reinterpret_cast<void**>(reinterpret_cast<char*>(api) + entry.offset);
         int error = ZyBase_GetDllProcAddress(dll, symbol, slot);
@@ -102,7 +102,7 @@ int FindFunctions(ZyDll* dll, const char* manufacturer, _sane_api* api)
     return 0;
 }
 
-sane_load_result LoadSaneDriver(const char* manufacturer, const char* library_path, ZyDll** dll,
+SaneLoadResult LoadSaneDriver(const char* manufacturer, const char* library_path, ZyDll** dll,
                                 _sane_api* api, int* error)
 {
     int ignored = 0;
@@ -116,7 +116,7 @@ sane_load_result LoadSaneDriver(const char* manufacturer, const char* library_pa
 
     // The bare name lets the system's search path win over the given folder.
     ZyDll* loaded = nullptr;
-    char file_name[k_file_name_buffer] = {};
+    char file_name[kFileNameBuffer] = {};
     const bool have_name = ZyBase_GetFileName(library_path, file_name, sizeof(file_name)) == 0;
     base_error = have_name ? ZyBase_CreateDll(file_name, &loaded) : ENOENT;
     if (base_error != 0 && (!have_name || std::strcmp(file_name, library_path) != 0))
@@ -124,7 +124,7 @@ sane_load_result LoadSaneDriver(const char* manufacturer, const char* library_pa
     if (base_error != 0)
         return SANE_LOAD_LIBRARY_FAILED;
 
-    unique_zy_dll library(loaded);
+    UniqueZyDll library(loaded);
     _sane_api resolved = *api;
     base_error = FindFunctions(library.get(), manufacturer, &resolved);
     if (base_error != 0)
@@ -143,65 +143,65 @@ std::string sane_val_to_string(const char* value, SANE_Value_Type type)
     char text[128] = {};
     switch (type) {
     case SANE_TYPE_BOOL:
-        return first_word(value) == 1 ? "true" : "false";
+        return firstWord(value) == 1 ? "true" : "false";
     case SANE_TYPE_INT:
-        std::snprintf(text, sizeof(text), "%d", first_word(value));
+        std::snprintf(text, sizeof(text), "%d", firstWord(value));
         return text;
     case SANE_TYPE_FIXED:
-        std::snprintf(text, sizeof(text), "%.4f", first_word(value) / 65536.0);
+        std::snprintf(text, sizeof(text), "%.4f", firstWord(value) / 65536.0);
         return text;
     default:
         return value;
     }
 }
 
-sane_value::sane_value(std::size_t size)
+SaneValue::SaneValue(std::size_t size)
     : m_bytes(std::max<std::size_t>(size, sizeof(SANE_Word)) + 1, '\0')
 {
 }
 
-sane_value sane_value::for_descriptor(const SANE_Option_Descriptor& descriptor, std::size_t extra)
+SaneValue SaneValue::forDescriptor(const SANE_Option_Descriptor& descriptor, std::size_t extra)
 {
-    return sane_value(descriptor_size(descriptor) + extra);
+    return SaneValue(descriptorSize(descriptor) + extra);
 }
 
-SANE_Word sane_value::word() const
+SANE_Word SaneValue::word() const
 {
-    return first_word(m_bytes.data());
+    return firstWord(m_bytes.data());
 }
 
-SANE_Status read_option_count(const _sane_api& api, SANE_Handle handle, SANE_Int* count)
+SANE_Status readOptionCount(const _sane_api& api, SANE_Handle handle, SANE_Int* count)
 {
     if (!count)
         return SANE_STATUS_INVAL;
     *count = 0;
-    if (!can_control(api))
+    if (!canControl(api))
         return SANE_STATUS_INVAL;
     // Option 0 should have a descriptor; a driver that gives none is still read
     // through a buffer that any 32-bit answer fits.
     if (!api.sane_get_option_descriptor(handle, 0))
-        return read_private_word(api, handle, 0, count);
+        return readPrivateWord(api, handle, 0, count);
     std::vector<char> value;
-    const SANE_Status status = read_option_value(api, handle, 0, value);
+    const SANE_Status status = readOptionValue(api, handle, 0, value);
     if (status == SANE_STATUS_GOOD)
-        *count = first_word(value.data());
+        *count = firstWord(value.data());
     return status;
 }
 
-SANE_Status read_option_value(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readOptionValue(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               std::vector<char>& value)
 {
-    return read_described(api, handle, n, SANE_ACTION_GET_VALUE, 0, true, value);
+    return readDescribed(api, handle, n, SANE_ACTION_GET_VALUE, 0, true, value);
 }
 
-SANE_Status read_default_value(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readDefaultValue(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                                std::vector<char>& value)
 {
-    return read_described(api, handle, n, static_cast<SANE_Action>(SANE_ACTION_GET_DEFAULT_VALUE),
+    return readDescribed(api, handle, n, static_cast<SANE_Action>(SANE_ACTION_GET_DEFAULT_VALUE),
                           sizeof(SANE_Word), false, value);
 }
 
-SANE_Status read_private_word(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readPrivateWord(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               SANE_Word* value)
 {
     if (!value)
@@ -209,7 +209,7 @@ SANE_Status read_private_word(const _sane_api& api, SANE_Handle handle, SANE_Int
     *value = 0;
     if (!api.sane_control_option)
         return SANE_STATUS_INVAL;
-    sane_value buffer(k_private_word_buffer);
+    SaneValue buffer(kPrivateWordBuffer);
     const SANE_Status status =
         api.sane_control_option(handle, n, SANE_ACTION_GET_VALUE, buffer.data(), nullptr);
     if (status == SANE_STATUS_GOOD)
@@ -217,13 +217,13 @@ SANE_Status read_private_word(const _sane_api& api, SANE_Handle handle, SANE_Int
     return status;
 }
 
-SANE_Status read_private_text(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readPrivateText(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               std::string& text)
 {
     text.clear();
     if (!api.sane_control_option)
         return SANE_STATUS_INVAL;
-    sane_value buffer(k_private_text_buffer);
+    SaneValue buffer(kPrivateTextBuffer);
     const SANE_Status status =
         api.sane_control_option(handle, n, SANE_ACTION_GET_VALUE, buffer.data(), nullptr);
     if (status == SANE_STATUS_GOOD)
@@ -231,10 +231,10 @@ SANE_Status read_private_text(const _sane_api& api, SANE_Handle handle, SANE_Int
     return status;
 }
 
-SANE_Int find_option_by_name(const _sane_api& api, SANE_Handle handle, const char* name)
+SANE_Int findOptionByName(const _sane_api& api, SANE_Handle handle, const char* name)
 {
     SANE_Int count = 0;
-    if (!name || !*name || read_option_count(api, handle, &count) != SANE_STATUS_GOOD)
+    if (!name || !*name || readOptionCount(api, handle, &count) != SANE_STATUS_GOOD)
         return -1;
     for (SANE_Int n = 1; n < count; ++n) {
         const SANE_Option_Descriptor* descriptor = api.sane_get_option_descriptor(handle, n);

@@ -22,7 +22,7 @@
 // stay filled. sane_get_select_fd and sane_reserved are never touched.
 int FindFunctions(ZyDll* dll, const char* manufacturer, _sane_api* api);
 
-enum sane_load_result {
+enum SaneLoadResult {
     SANE_LOAD_OK = 0,
     SANE_LOAD_BAD_ARGUMENT = 1,   // a null argument
     SANE_LOAD_LIBRARY_FAILED = 2, // "Load library failed"
@@ -35,14 +35,14 @@ enum sane_load_result {
 // table; positions 11 and 13 keep what *api had. On any failure *dll is null,
 // *api is untouched and no library stays loaded. The base library's error code
 // goes to *error when error is not null.
-sane_load_result LoadSaneDriver(const char* manufacturer, const char* library_path, ZyDll** dll,
+SaneLoadResult LoadSaneDriver(const char* manufacturer, const char* library_path, ZyDll** dll,
                                 _sane_api* api, int* error = nullptr);
 
-struct zy_dll_unloader {
+struct ZyDllUnloader {
     void operator()(ZyDll* dll) const { ZyBase_DestroyDll(dll); }
 };
 // A driver library unloaded when it goes out of scope.
-using unique_zy_dll = std::unique_ptr<ZyDll, zy_dll_unloader>;
+using UniqueZyDll = std::unique_ptr<ZyDll, ZyDllUnloader>;
 
 // ---- values as text -------------------------------------------------------
 
@@ -54,12 +54,12 @@ std::string sane_val_to_string(const char* value, SANE_Value_Type type);
 
 // A zeroed value buffer of max(size, 4) bytes with a hidden terminator after
 // them, so that a string the driver left unterminated still reads safely.
-class sane_value
+class SaneValue
 {
 public:
-    explicit sane_value(std::size_t size);
+    explicit SaneValue(std::size_t size);
     // Room for one value of the option: its descriptor's size plus extra bytes.
-    static sane_value for_descriptor(const SANE_Option_Descriptor& descriptor,
+    static SaneValue forDescriptor(const SANE_Option_Descriptor& descriptor,
                                      std::size_t extra = 0);
 
     void* data() { return m_bytes.data(); }
@@ -75,39 +75,39 @@ private:
 };
 
 // Option 0, the number of options including itself.
-SANE_Status read_option_count(const _sane_api& api, SANE_Handle handle, SANE_Int* count);
+SANE_Status readOptionCount(const _sane_api& api, SANE_Handle handle, SANE_Int* count);
 
 // The current value of option n as max(descriptor size, 4) bytes. SANE_STATUS_INVAL
 // when the option has no descriptor or the table lacks the entry points; on a
 // failure the value is left empty.
-SANE_Status read_option_value(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readOptionValue(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               std::vector<char>& value);
 
 // The driver's default for option n (action 100, null info pointer), read into a
 // zeroed buffer of the descriptor's size plus 4 bytes, which value then holds.
-SANE_Status read_default_value(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readDefaultValue(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                                std::vector<char>& value);
 
 // The first 32 bits of a private option that has no descriptor (34899 product
 // id, 39170 roller count, 34889 history count). The driver writes into a
 // generous zeroed buffer, so a driver that writes more than 4 bytes is harmless.
 // value is 0 unless the read succeeds.
-SANE_Status read_private_word(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readPrivateWord(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               SANE_Word* value);
 
 // A private text option without descriptor (34901 model, 34890 driver version,
 // 34903 firmware, 34902 serial number, 34918 start-up time), read into a zeroed
 // 1024-byte buffer (the texts are meant to fit 256). text is empty unless the
 // read succeeds.
-SANE_Status read_private_text(const _sane_api& api, SANE_Handle handle, SANE_Int n,
+SANE_Status readPrivateText(const _sane_api& api, SANE_Handle handle, SANE_Int n,
                               std::string& text);
 
 // The number of the first option (from 1) whose descriptor's name equals name,
 // or -1; an empty name (as groups have) matches nothing.
-SANE_Int find_option_by_name(const _sane_api& api, SANE_Handle handle, const char* name);
+SANE_Int findOptionByName(const _sane_api& api, SANE_Handle handle, const char* name);
 
 // The driver's private options beyond its descriptor list.
-enum sane_private_option : SANE_Int {
+enum SanePrivateOption : SANE_Int {
     SANE_PRIVATE_HISTORY_COUNT = 34889,
     SANE_PRIVATE_DRIVER_VERSION = 34890,
     SANE_PRIVATE_PRODUCT_ID = 34899,

@@ -62,7 +62,7 @@ bool g_uiStopping = false;
 gb::scanner_cfg* scanner_cfg_ = nullptr;
 // Its text as last loaded or saved (empty: none loaded), which get_config_content
 // hands out: the dialog edits scanner_cfg_ on the UI thread without a lock.
-std::string scanner_cfg_text_;
+std::string g_configText;
 
 void ThreadFunc(void* handOver)
 {
@@ -246,7 +246,7 @@ std::string deviceFile(const std::string& dir, const std::string& devName, SANE_
         dir + standardised(pid != 0 ? vendor + " " + hexId(pid) : devName) + ".cfg";
     if (pid == 0 || access(file.c_str(), F_OK) == 0)
         return file;
-    const std::string model = updater::converted_device_name(vendor.c_str(), hexId(pid).c_str());
+    const std::string model = updater::convertedDeviceName(vendor.c_str(), hexId(pid).c_str());
     if (model.empty())
         return file;
     const std::string converted = dir + standardised(model) + ".cfg";
@@ -303,7 +303,7 @@ void configurationSaved(const gb::scanner_cfg* cfg, std::string text)
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     if (cfg == scanner_cfg_)
-        scanner_cfg_text_ = std::move(text);
+        g_configText = std::move(text);
 }
 
 ManagerAccess::ManagerAccess(Mode mode) : m_lock(g_mutex)
@@ -419,7 +419,7 @@ char* apply_current_config(const char* dev_name, void* dev, _sane_api* api)
     if (!dir.empty()) {
         convertOldConfiguration(dir, dev, driver);
         SANE_Word pid = 0;
-        read_private_word(driver, dev, SANE_PRIVATE_PRODUCT_ID, &pid);
+        readPrivateWord(driver, dev, SANE_PRIVATE_PRODUCT_ID, &pid);
         cfg->load_file(deviceFile(dir, dev_name ? dev_name : "", pid).c_str());
     }
     std::string name = applySelected(cfg, dev, driver);
@@ -432,7 +432,7 @@ char* apply_current_config(const char* dev_name, void* dev, _sane_api* api)
     {
         const std::lock_guard<std::mutex> lock(g_mutex);
         previous = std::exchange(scanner_cfg_, cfg);
-        scanner_cfg_text_ = std::move(text);
+        g_configText = std::move(text);
     }
     if (previous)
         previous->release();
@@ -462,7 +462,7 @@ char* get_config_content()
     std::string text;
     {
         const std::lock_guard<std::mutex> lock(g_mutex);
-        text = scanner_cfg_text_;
+        text = g_configText;
     }
     // Before any configuration: empty JSON, which apply_given_config takes as such.
     return text.empty() ? hostText("{}", 20) : hostText(text, 0);

@@ -49,16 +49,16 @@ constexpr int kRowPadding = 3;
 // Entries of very long lists stay readable without widening the page.
 constexpr int kComboMinChars = 16;
 
-enum combo_kind { kStringCombo = 0, kWordCombo = 1, kFixedCombo = 2 };
+enum ComboKind { kStringCombo = 0, kWordCombo = 1, kFixedCombo = 2 };
 
-SANE_Word word_of(const std::string& bytes)
+SANE_Word wordOf(const std::string& bytes)
 {
     SANE_Word word = 0;
     std::memcpy(&word, bytes.data(), std::min(bytes.size(), sizeof(word)));
     return word;
 }
 
-QComboBox* new_combo()
+QComboBox* newCombo()
 {
     auto* combo = new QComboBox;
     combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
@@ -85,17 +85,15 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
 
     // The dialog keeps its own reference: the module may replace its
     // configuration while the dialog is open.
-    if (cfg)
-        cfg->add_ref();
-    m_cfg = cfg ? cfg : new gb::scanner_cfg();
-    m_curScheme = m_cfg->get_scheme(nullptr);
+    m_cfg = cfg ? gb::share(cfg) : gb::RefPtr<gb::scanner_cfg>(new gb::scanner_cfg());
+    m_curScheme.reset(m_cfg->get_scheme(nullptr));
     if (!m_curScheme)
-        m_curScheme = m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str());
+        m_curScheme.reset(m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str()));
     m_curScheme->begin_setting(false);
 
     if (api)
         m_saneApi = *api;
-    m_driverDefaults = new gb::sane_config_schm(nullptr);
+    m_driverDefaults.reset(new gb::sane_config_schm(nullptr));
 
     initUi();
 
@@ -113,12 +111,9 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
 
 zy_settingdialog::~zy_settingdialog()
 {
-    m_curScheme->release();
-    m_driverDefaults->release();
-    m_cfg->release();
     if (m_manager)
         m_manager->forgetSettingUi(this);
-    deliver_result();
+    deliverResult();
 }
 
 void zy_settingdialog::setIcon()
@@ -177,27 +172,27 @@ void zy_settingdialog::createUI()
     layout->addLayout(top, 1);
     layout->addWidget(buttons);
 
-    page current = new_page(QString());
+    page current = newPage(QString());
     bool groupSeen = false;
     for (std::size_t i = 0; i < m_optionValues.size(); ++i) {
         const int id = static_cast<int>(i) + 1;
-        const option_value& entry = m_optionValues[i];
+        const OptionValue& entry = m_optionValues[i];
         const SANE_Option_Descriptor* d = entry.descriptor;
         if (!d)
             continue;
         if (d->type == SANE_TYPE_GROUP) {
-            const QString title = text_of(d->title);
+            const QString title = textOf(d->title);
             if (!groupSeen) {
                 current.title = title;
                 groupSeen = true;
             } else {
                 m_tabs->addTab(current.area, current.title);
-                current = new_page(title);
+                current = newPage(title);
             }
             continue;
         }
-        create_controls(id, entry, current);
-        capture_special_value(id, entry);
+        createControls(id, entry, current);
+        captureSpecialValue(id, entry);
     }
 
     // The row reads: About, the device's buttons, stretch, Scan, OK, Cancel.
@@ -205,12 +200,12 @@ void zy_settingdialog::createUI()
     m_buttonRow->insertWidget(0, m_aboutButton);
     updateUIStatus();
     m_tabs->addTab(current.area, current.title);
-    update_page_visibility();
+    updatePageVisibility();
     // A driver without groups has one page without a name: no tab for it.
     m_tabs->tabBar()->setVisible(m_tabs->count() > 1 || !current.title.isEmpty());
 }
 
-zy_settingdialog::page zy_settingdialog::new_page(const QString& title) const
+zy_settingdialog::page zy_settingdialog::newPage(const QString& title) const
 {
     page p;
     p.title = title;
@@ -226,7 +221,7 @@ zy_settingdialog::page zy_settingdialog::new_page(const QString& title) const
     return p;
 }
 
-void zy_settingdialog::create_controls(int id, const option_value& entry, page& current)
+void zy_settingdialog::createControls(int id, const OptionValue& entry, page& current)
 {
     const SANE_Option_Descriptor* d = entry.descriptor;
     std::string stored;
@@ -243,15 +238,15 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
 
     switch (d->type) {
     case SANE_TYPE_BOOL: {
-        if (!holds_word(d))
+        if (!holdsWord(d))
             break;
         auto* box = new QCheckBox;
         box->setChecked(!stored.empty() && stored[0] != 0);
         connect(box, &QCheckBox::stateChanged, this, &zy_settingdialog::slot_checkedClicked);
         widgets << box;
         row->addWidget(box);
-        const bool area = name_is(d, "is-custom-area");
-        if (area || name_is(d, "is-custom-gamma")) {
+        const bool area = nameIs(d, "is-custom-area");
+        if (area || nameIs(d, "is-custom-gamma")) {
             // The tool opens from the button beside the box, while it is checked.
             auto* tool = new QPushButton(area ? tr("regional crop") : tr("custom tone curve"));
             tool->setObjectName(area ? QStringLiteral("pbtn_crop") : QStringLiteral("pbtn_toneCurve"));
@@ -262,17 +257,17 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
                     area ? &zy_settingdialog::slot_cutButtonClicked
                          : &zy_settingdialog::slot_gammaButtonClicked);
             (area ? m_cropButton : m_gammaButton) = tool;
-            enable_tool_button(d, box->isChecked());
+            enableToolButton(d, box->isChecked());
         }
         row->addStretch();
         break;
     }
     case SANE_TYPE_INT: {
-        if (!holds_word(d))
+        if (!holdsWord(d))
             break;
-        const SANE_Constraint_Type constraint = constraint_of(d);
+        const SANE_Constraint_Type constraint = constraintOf(d);
         if (constraint == SANE_CONSTRAINT_RANGE) {
-            const word_range range = range_of(d, driverWord, kIntNoneRange);
+            const WordRange range = rangeOf(d, driverWord, kIntNoneRange);
             auto* slider = new QSlider(Qt::Horizontal);
             auto* spin = new QSpinBox;
             slider->setRange(range.min, range.max);
@@ -280,19 +275,19 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
             spin->setSingleStep(1);
             slider->setValue(driverWord);
             spin->setValue(driverWord);
-            slider->setValue(word_of(stored));
-            spin->setValue(word_of(stored));
+            slider->setValue(wordOf(stored));
+            spin->setValue(wordOf(stored));
             connect(slider, &QSlider::valueChanged, this, &zy_settingdialog::slot_sliderClicked);
             connect(spin, QOverload<int>::of(&QSpinBox::valueChanged), this,
                     &zy_settingdialog::slot_spinBoxClicked);
-            if (name_is(d, "threshold") || name_is(d, "anti-noise-level") || name_is(d, "margin"))
+            if (nameIs(d, "threshold") || nameIs(d, "anti-noise-level") || nameIs(d, "margin"))
                 slider->installEventFilter(this);
             widgets << slider << spin;
         } else if (constraint == SANE_CONSTRAINT_NONE) {
-            const word_range range = range_of(d, word_of(stored), kIntNoneRange);
+            const WordRange range = rangeOf(d, wordOf(stored), kIntNoneRange);
             auto* spin = new QSpinBox;
             spin->setRange(range.min, range.max);
-            spin->setValue(word_of(stored));
+            spin->setValue(wordOf(stored));
             spin->setFixedWidth(kSpinWidth);
             connect(spin, QOverload<int>::of(&QSpinBox::valueChanged), this,
                     &zy_settingdialog::slot_spinBoxClicked);
@@ -300,11 +295,11 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
             row->addStretch();
             widgets << spin;
         } else if (constraint == SANE_CONSTRAINT_WORD_LIST) {
-            auto* combo = new_combo();
-            for (const SANE_Word word : word_list(d))
+            auto* combo = newCombo();
+            for (const SANE_Word word : wordList(d))
                 combo->addItem(QString::number(word));
             combo->setProperty(property_combox_data_type_, kWordCombo);
-            combo->setCurrentText(QString::number(word_of(stored)));
+            combo->setCurrentText(QString::number(wordOf(stored)));
             connect(combo, &QComboBox::currentTextChanged, this,
                     &zy_settingdialog::slot_string_list_comboBoxClicked);
             row->addWidget(combo);
@@ -313,10 +308,10 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         break;
     }
     case SANE_TYPE_FIXED: {
-        if (!holds_word(d))
+        if (!holdsWord(d))
             break;
         // Whatever the constraint, a fixed option gets a slider in hundredths.
-        const word_range range = range_of(d, driverWord, kFixedNoneRange);
+        const WordRange range = rangeOf(d, driverWord, kFixedNoneRange);
         auto* slider = new QSlider(Qt::Horizontal);
         auto* spin = new QDoubleSpinBox;
         slider->setRange(hundredths(range.min), hundredths(range.max));
@@ -324,7 +319,7 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         spin->setSingleStep(kSpinStep);
         spin->setRange(range.min * kFixedToDouble, range.max * kFixedToDouble);
         slider->setValue(static_cast<int>(
-            static_cast<float>(word_of(stored) * kFixedToDouble) * 100));
+            static_cast<float>(wordOf(stored) * kFixedToDouble) * 100));
         spin->setValue(slider->value() * spin->singleStep());
         connect(spin, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
                 &zy_settingdialog::slot_doubleSpinboxClicked);
@@ -333,7 +328,7 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         break;
     }
     case SANE_TYPE_STRING: {
-        const SANE_Constraint_Type constraint = constraint_of(d);
+        const SANE_Constraint_Type constraint = constraintOf(d);
         if (constraint == SANE_CONSTRAINT_NONE) {
             auto* edit = new QLineEdit(QString::fromStdString(stored));
             if (d->size > 1)
@@ -342,12 +337,12 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
             row->addWidget(edit);
             widgets << edit;
         } else if (constraint == SANE_CONSTRAINT_STRING_LIST) {
-            auto* combo = new_combo();
-            combo->addItems(string_list(d));
+            auto* combo = newCombo();
+            combo->addItems(stringList(d));
             combo->setProperty(property_combox_data_type_, kStringCombo);
             combo->setCurrentText(entry.value.toString());
             combo->setCurrentText(QString::fromStdString(stored));
-            if (name_is(d, "direction"))
+            if (nameIs(d, "direction"))
                 combo->installEventFilter(this);
             connect(combo, &QComboBox::currentTextChanged, this,
                     &zy_settingdialog::slot_string_list_comboBoxClicked);
@@ -357,8 +352,8 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         break;
     }
     case SANE_TYPE_BUTTON: {
-        auto* button = new QPushButton(text_of(d->title));
-        button->setToolTip(text_of(d->desc));
+        auto* button = new QPushButton(textOf(d->title));
+        button->setToolTip(textOf(d->desc));
         button->setProperty(property_controls_id_, id);
         connect(button, &QPushButton::clicked, this, &zy_settingdialog::slot_pushButtonClicked);
         m_buttonRow->insertWidget(0, button);
@@ -384,50 +379,50 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
     }
     const bool settable = d->cap & SANE_CAP_SOFT_SELECT;
     for (QWidget* w : widgets) {
-        w->setToolTip(text_of(d->desc));
+        w->setToolTip(textOf(d->desc));
         w->setProperty(property_controls_id_, id);
         // Only what software may set can be changed from here.
         w->setEnabled(settable);
     }
 
-    auto* label = new QLabel(text_of(d->title) + QStringLiteral(" : "));
+    auto* label = new QLabel(textOf(d->title) + QStringLiteral(" : "));
     label->setContentsMargins(0, kRowPadding, 0, kRowPadding);
     if (label->sizeHint().width() > kLabelMaxWidth) {
         label->setWordWrap(true);
         label->setMinimumWidth(kLabelMaxWidth);
     }
     current.form->addRow(label, field);
-    m_controls.insert(id, option_controls{widgets, label, field, m_tabs->count(), false});
+    m_controls.insert(id, OptionControls{widgets, label, field, m_tabs->count(), false});
 }
 
-void zy_settingdialog::capture_special_value(int id, const option_value& entry)
+void zy_settingdialog::captureSpecialValue(int id, const OptionValue& entry)
 {
     const SANE_Option_Descriptor* d = entry.descriptor;
     const SANE_Word word = entry.value.toInt();
     const double mm = word * kFixedToDouble;
-    if (name_is(d, "resolution")) {
+    if (nameIs(d, "resolution")) {
         m_resolutionId = id;
         m_dpi = d->type == SANE_TYPE_FIXED ? static_cast<int>(mm) : word;
-    } else if (name_is(d, "paper")) {
+    } else if (nameIs(d, "paper")) {
         m_paperId = id;
         m_paper = entry.value.toString();
-    } else if (name_is(d, "mode")) {
+    } else if (nameIs(d, "mode")) {
         m_modeId = id;
         m_colorMode = entry.value.toString();
-    } else if (name_is(d, "tl-x")) {
+    } else if (nameIs(d, "tl-x")) {
         m_areaIds[0] = id;
         m_cutLeft = mm;
-        if (constraint_of(d) == SANE_CONSTRAINT_RANGE)
+        if (constraintOf(d) == SANE_CONSTRAINT_RANGE)
             m_maxWidthMM = d->constraint.range->max * kFixedToDouble;
-    } else if (name_is(d, "tl-y")) {
+    } else if (nameIs(d, "tl-y")) {
         m_areaIds[1] = id;
         m_cutTop = mm;
-        if (constraint_of(d) == SANE_CONSTRAINT_RANGE)
+        if (constraintOf(d) == SANE_CONSTRAINT_RANGE)
             m_maxHeightMM = d->constraint.range->max * kFixedToDouble;
-    } else if (name_is(d, "br-x")) {
+    } else if (nameIs(d, "br-x")) {
         m_areaIds[2] = id;
         m_cutRight = mm;
-    } else if (name_is(d, "br-y")) {
+    } else if (nameIs(d, "br-y")) {
         m_areaIds[3] = id;
         m_cutBottom = mm;
     }

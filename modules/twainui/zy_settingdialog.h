@@ -15,6 +15,7 @@
 #ifndef ZY_SETTINGDIALOG_H
 #define ZY_SETTINGDIALOG_H
 
+#include "gb_json.h"
 #include "tonecurverecord.h"
 
 #include <veltwainui/twainui.h>
@@ -40,12 +41,8 @@ class QPushButton;
 class QScrollArea;
 class QTabWidget;
 class QVBoxLayout;
-class sane_value;
+class SaneValue;
 
-namespace gb {
-class sane_config_schm;
-class scanner_cfg;
-} // namespace gb
 
 // The unit the crop tool ended with, shared by every dialog and set by schemes.
 // Schemes may be applied on a host thread, hence atomic.
@@ -60,7 +57,7 @@ public:
     // gives none), the value the controls show (an int for a bool, int or fixed
     // word, the text in the user's language for a string, the bytes of an
     // array) and the bytes the driver gave, which the undo writes back.
-    struct option_value
+    struct OptionValue
     {
         const SANE_Option_Descriptor* descriptor = nullptr;
         QVariant value;
@@ -161,7 +158,7 @@ protected:
 
 private:
     // The controls of one option and the form row holding them.
-    struct option_controls
+    struct OptionControls
     {
         QVector<QWidget*> widgets;
         QWidget* label = nullptr;
@@ -184,74 +181,74 @@ private:
     void initUi();
     void createUI();
     void create_scheme_management_ui(QVBoxLayout* layout);
-    page new_page(const QString& title) const;
-    void create_controls(int id, const option_value& entry, page& current);
-    void capture_special_value(int id, const option_value& entry);
+    page newPage(const QString& title) const;
+    void createControls(int id, const OptionValue& entry, page& current);
+    void captureSpecialValue(int id, const OptionValue& entry);
 
     // reading the driver and refreshing (zy_settingdialog_values.cpp)
     void update_opt_value_from_driver();
-    option_value read_option_entry(int n);
+    OptionValue readOptionEntry(int n);
     void updateUIStatus();
-    void visibility_pass();
+    void visibilityPass();
     // Hides the pages that show no row.
-    void update_page_visibility();
-    void read_one_value(int id);
-    int option_count() const;
+    void updatePageVisibility();
+    void readOneValue(int id);
+    int optionCount() const;
 
     // the round trip (zy_settingdialog_roundtrip.cpp)
-    SANE_Status write_option(int id, void* value, SANE_Int* info);
-    bool read_back(int id, const SANE_Option_Descriptor& descriptor, sane_value& value);
-    void show_unsupported();
-    void warn_speed();
-    void combo_round_trip(QComboBox* combo);
-    void after_scan_mode_change();
+    SANE_Status writeOption(int id, void* value, SANE_Int* info);
+    bool readBack(int id, const SANE_Option_Descriptor& descriptor, SaneValue& value);
+    void showUnsupported();
+    void warnSpeed();
+    void comboRoundTrip(QComboBox* combo);
+    void afterScanModeChange();
 
     // the tools (zy_settingdialog_tools.cpp)
     // Runs a window of the dialog's modally; true when the user accepted it.
-    bool run_modal(QDialog& window);
-    void enable_tool_button(const SANE_Option_Descriptor* d, bool checked);
+    bool runModal(QDialog& window);
+    void enableToolButton(const SANE_Option_Descriptor* d, bool checked);
     // The tone-curve record between the device and m_gamma. A record from
     // elsewhere (a scheme) goes through m_gamma.assign(), which refuses a wrong
-    // length, then write_tone_curve(m_gamma); read_tone_curve() is false when
+    // length, then writeToneCurve(m_gamma); readToneCurve() is false when
     // the device gave none.
-    bool read_tone_curve();
-    void write_tone_curve(const ToneCurveRecord& record);
+    bool readToneCurve();
+    void writeToneCurve(const ToneCurveRecord& record);
 
     // the scheme panel (zy_settingdialog_schemes.cpp)
-    void fill_scheme_list();
+    void fillSchemeList();
     // The file's name of the listed entry: the first entry is the default scheme
     // whatever its shown (translated) name.
-    std::string scheme_name_at(int index) const;
-    std::string selected_scheme_name() const;
+    std::string schemeNameAt(int index) const;
+    std::string selectedSchemeName() const;
     // Makes scheme (one reference taken over) the scheme in use.
-    void take_scheme(gb::sane_config_schm* scheme);
-    void save_configuration();
-    bool confirm_deletion(const QString& text);
-    bool name_taken(const QString& name) const;
+    void takeScheme(gb::sane_config_schm* scheme);
+    void saveConfiguration();
+    bool confirmDeletion(const QString& text);
+    bool nameTaken(const QString& name) const;
     void add_scheme();
-    void save_scheme();
-    void delete_scheme();
-    void delete_all_schemes();
-    void restore_scheme();
+    void saveScheme();
+    void deleteScheme();
+    void deleteAllSchemes();
+    void restoreScheme();
 
     // closing (zy_settingdialog_close.cpp)
     void cancelScheme();
-    void write_start_value(int id, const option_value& start);
-    bool differs_from_start(int id, const option_value& start) const;
-    int write_back_differences();
-    void set_contents_enabled(bool enabled);
-    void deliver_result();
+    void writeStartValue(int id, const OptionValue& start);
+    bool differsFromStart(int id, const OptionValue& start) const;
+    int writeBackDifferences();
+    void setContentsEnabled(bool enabled);
+    void deliverResult();
 
     // Counts the calls into the host (results) and the modal windows under way
     // from the dialog: inside them the host may close the dialog, which must then
     // outlive the call. A dialog closed meanwhile goes when the last one returns.
-    class host_call
+    class HostCall
     {
     public:
-        explicit host_call(zy_settingdialog* dialog) : m_dialog(dialog) { ++m_dialog->m_hostCalls; }
-        ~host_call();
-        host_call(const host_call&) = delete;
-        host_call& operator=(const host_call&) = delete;
+        explicit HostCall(zy_settingdialog* dialog) : m_dialog(dialog) { ++m_dialog->m_hostCalls; }
+        ~HostCall();
+        HostCall(const HostCall&) = delete;
+        HostCall& operator=(const HostCall&) = delete;
 
     private:
         zy_settingdialog* m_dialog;
@@ -263,18 +260,18 @@ private:
     void* m_devHandle = nullptr;
     bool m_showScanButton = false;
     std::string m_devName;
-    gb::scanner_cfg* m_cfg = nullptr;
-    gb::sane_config_schm* m_curScheme = nullptr;
-    gb::sane_config_schm* m_driverDefaults = nullptr;
+    gb::RefPtr<gb::scanner_cfg> m_cfg;
+    gb::RefPtr<gb::sane_config_schm> m_curScheme;
+    gb::RefPtr<gb::sane_config_schm> m_driverDefaults;
 
-    std::vector<option_value> m_optionValues;
-    std::vector<option_value> m_optionValuesAtStart;
+    std::vector<OptionValue> m_optionValues;
+    std::vector<OptionValue> m_optionValuesAtStart;
     // Options whose default has been recorded (by option number).
     std::vector<bool> m_defaultKnown;
     // Each slider with its spin box and each spin box with its slider.
     QHash<const QObject*, QWidget*> m_sliderPairs;
     // Option id to its controls: the index every lookup goes through.
-    QHash<int, option_controls> m_controls;
+    QHash<int, OptionControls> m_controls;
 
     int m_resolutionId = -1;
     int m_dpi = 200;

@@ -22,14 +22,14 @@ static_assert(kToneCurveRecord == 1312, "a 32-byte header and five 256-byte tabl
 // The crop tool's units: millimetres, inches, pixels.
 constexpr int kCropUnits = 3;
 
-std::size_t size_of(const SANE_Option_Descriptor& d)
+std::size_t sizeOf(const SANE_Option_Descriptor& d)
 {
     return d.size > 0 ? static_cast<std::size_t>(d.size) : 0;
 }
 
-bool in_string_list(const SANE_Option_Descriptor& d, const char* text)
+bool inStringList(const SANE_Option_Descriptor& d, const char* text)
 {
-    if (constraint_of(&d) != SANE_CONSTRAINT_STRING_LIST)
+    if (constraintOf(&d) != SANE_CONSTRAINT_STRING_LIST)
         return false;
     for (int i = 0; i < kMaxListEntries && d.constraint.string_list[i]; ++i)
         if (std::strcmp(d.constraint.string_list[i], text) == 0)
@@ -41,11 +41,11 @@ bool in_string_list(const SANE_Option_Descriptor& d, const char* text)
 // before may have changed the option. A word or array value must be exactly the
 // option's size (anything else belongs to another option); a text is cut to the
 // option's size.
-void write_value(const _sane_api& api, SANE_Handle handle, int n, const std::string& name,
+void writeValue(const _sane_api& api, SANE_Handle handle, int n, const std::string& name,
                  const std::string& value)
 {
     const SANE_Option_Descriptor* d = api.sane_get_option_descriptor(handle, n);
-    if (!holds_value(d) || !name_is(d, name.c_str()))
+    if (!holdsValue(d) || !nameIs(d, name.c_str()))
         return;
     SANE_Int info = 0;
     if (d->type == SANE_TYPE_STRING) {
@@ -53,39 +53,39 @@ void write_value(const _sane_api& api, SANE_Handle handle, int n, const std::str
         // translate) in the user's. Whichever form the driver lists is written.
         const std::string stored(value.c_str());
         const char* shown = from_default_language(stored.c_str());
-        if (!shown || (!in_string_list(*d, shown) && in_string_list(*d, stored.c_str())))
+        if (!shown || (!inStringList(*d, shown) && inStringList(*d, stored.c_str())))
             shown = stored.c_str();
-        sane_value buffer(size_of(*d) + 4);
-        copy_text(QByteArray(shown), *d, buffer);
+        SaneValue buffer(sizeOf(*d) + 4);
+        copyText(QByteArray(shown), *d, buffer);
         api.sane_control_option(handle, n, SANE_ACTION_SET_VALUE, buffer.data(), &info);
         return;
     }
-    const std::size_t size = std::max(size_of(*d), sizeof(SANE_Word));
+    const std::size_t size = std::max(sizeOf(*d), sizeof(SANE_Word));
     if (value.size() != size)
         return;
-    sane_value buffer(size);
+    SaneValue buffer(size);
     std::memcpy(buffer.data(), value.data(), size);
     api.sane_control_option(handle, n, SANE_ACTION_SET_VALUE, buffer.data(), &info);
 }
 
 // Whatever length was stored, the driver reads a whole record: it gets one,
 // zero-filled beyond the stored bytes and never longer.
-void send_tone_record(const _sane_api& api, SANE_Handle handle, const std::string& record)
+void sendToneRecord(const _sane_api& api, SANE_Handle handle, const std::string& record)
 {
-    sane_value buffer(kToneCurveRecord);
+    SaneValue buffer(kToneCurveRecord);
     std::memcpy(buffer.data(), record.data(), std::min(record.size(), kToneCurveRecord));
     SANE_Int info = 0;
     api.sane_control_option(handle, kToneCurveOption, SANE_ACTION_SET_VALUE, buffer.data(), &info);
 }
 
-int device_option_count(const _sane_api& api, SANE_Handle handle)
+int deviceOptionCount(const _sane_api& api, SANE_Handle handle)
 {
     SANE_Int count = 0;
-    read_option_count(api, handle, &count);
+    readOptionCount(api, handle, &count);
     return std::min(count, kMaxOptions);
 }
 
-bool can_apply(const _sane_api* api)
+bool canApply(const _sane_api* api)
 {
     return api && api->sane_control_option && api->sane_get_option_descriptor;
 }
@@ -94,13 +94,13 @@ bool can_apply(const _sane_api* api)
 
 void zy_settingdialog::apply_scheme(void* devHandle, _sane_api* api, gb::sane_config_schm* scheme)
 {
-    if (!can_apply(api))
+    if (!canApply(api))
         return;
-    int count = device_option_count(*api, devHandle);
+    int count = deviceOptionCount(*api, devHandle);
     bool pressed = false;
     for (int n = 1; n < count; ++n) {
         const SANE_Option_Descriptor* d = api->sane_get_option_descriptor(devHandle, n);
-        if (d && d->type == SANE_TYPE_BUTTON && name_is(d, "restore")) {
+        if (d && d->type == SANE_TYPE_BUTTON && nameIs(d, "restore")) {
             api->sane_control_option(devHandle, n, SANE_ACTION_SET_VALUE, nullptr, nullptr);
             pressed = true;
         }
@@ -109,11 +109,11 @@ void zy_settingdialog::apply_scheme(void* devHandle, _sane_api* api, gb::sane_co
         return;
     // The defaults may have brought other options.
     if (pressed)
-        count = device_option_count(*api, devHandle);
+        count = deviceOptionCount(*api, devHandle);
     std::unordered_map<std::string, int> options; // the first option of each name
     for (int n = 1; n < count; ++n) {
         const SANE_Option_Descriptor* d = api->sane_get_option_descriptor(devHandle, n);
-        if (holds_value(d) && d->name && *d->name)
+        if (holdsValue(d) && d->name && *d->name)
             options.emplace(d->name, n);
     }
 
@@ -123,7 +123,7 @@ void zy_settingdialog::apply_scheme(void* devHandle, _sane_api* api, gb::sane_co
          more = scheme->next_config(name, value)) {
         if (gb::sane_config_schm::is_option_data(name)) {
             if (name == "is-custom-gamma") {
-                send_tone_record(*api, devHandle, value);
+                sendToneRecord(*api, devHandle, value);
             } else if (name == "is-custom-area" && !value.empty()) {
                 int unit = 0;
                 std::memcpy(&unit, value.data(), std::min(value.size(), sizeof(unit)));
@@ -136,17 +136,17 @@ void zy_settingdialog::apply_scheme(void* devHandle, _sane_api* api, gb::sane_co
             continue;
         const auto option = options.find(name);
         if (option != options.end())
-            write_value(*api, devHandle, option->second, name, value);
+            writeValue(*api, devHandle, option->second, name, value);
     }
 }
 
 void zy_settingdialog::apply_current_scheme()
 {
-    if (!can_apply(&m_saneApi))
+    if (!canApply(&m_saneApi))
         return;
-    const int count = device_option_count(m_saneApi, m_devHandle);
+    const int count = deviceOptionCount(m_saneApi, m_devHandle);
     for (int n = 1; n < count; ++n) {
-        if (holds_value(m_saneApi.sane_get_option_descriptor(m_devHandle, n)))
+        if (holdsValue(m_saneApi.sane_get_option_descriptor(m_devHandle, n)))
             m_saneApi.sane_control_option(m_devHandle, n, SANE_ACTION_SET_AUTO, nullptr, nullptr);
     }
     if (!m_curScheme)
@@ -156,21 +156,21 @@ void zy_settingdialog::apply_current_scheme()
     if (m_curScheme->id_from_name("mode") == -1) {
         for (int n = 1; n < count; ++n) {
             const SANE_Option_Descriptor* d = m_saneApi.sane_get_option_descriptor(m_devHandle, n);
-            if (!holds_value(d) || !d->name || !*d->name)
+            if (!holdsValue(d) || !d->name || !*d->name)
                 continue;
             const auto action = static_cast<SANE_Action>(SANE_ACTION_GET_DEFAULT_VALUE);
             if (d->type == SANE_TYPE_STRING) {
-                sane_value def(size_of(*d) + 4);
+                SaneValue def(sizeOf(*d) + 4);
                 m_saneApi.sane_control_option(m_devHandle, n, action, def.data(), nullptr);
                 const char* canonical = to_default_language(def.text());
                 if (!canonical)
                     canonical = "";
                 m_curScheme->set_default_value(n, d->name, canonical, std::strlen(canonical));
             } else {
-                sane_value def = sane_value::for_descriptor(*d);
+                SaneValue def = SaneValue::forDescriptor(*d);
                 m_saneApi.sane_control_option(m_devHandle, n, action, def.data(), nullptr);
                 m_curScheme->set_default_value(n, d->name, static_cast<const char*>(def.data()),
-                                               std::max(size_of(*d), sizeof(SANE_Word)));
+                                               std::max(sizeOf(*d), sizeof(SANE_Word)));
             }
         }
     }
@@ -181,13 +181,13 @@ void zy_settingdialog::apply_current_scheme()
          more = m_curScheme->next_config(name, value)) {
         const int n = m_curScheme->id_from_name(name.c_str());
         if (n != -1) {
-            write_value(m_saneApi, m_devHandle, n, name, value);
+            writeValue(m_saneApi, m_devHandle, n, name, value);
             continue;
         }
         std::string option = name;
         if (gb::sane_config_schm::is_option_data(option) && option == "is-custom-gamma"
             && value.size() == kToneCurveRecord)
-            send_tone_record(m_saneApi, m_devHandle, value);
+            sendToneRecord(m_saneApi, m_devHandle, value);
     }
 }
 
@@ -200,11 +200,11 @@ void zy_settingdialog::restore_2_default_settings()
 void zy_settingdialog::on_current_scheme_changed()
 {
     updateSchemeManagerUi();
-    gb::sane_config_schm* chosen = m_cfg->get_scheme(selected_scheme_name().c_str());
+    gb::sane_config_schm* chosen = m_cfg->get_scheme(selectedSchemeName().c_str());
     if (!chosen)
         chosen = m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str());
-    take_scheme(chosen);
-    apply_scheme(m_devHandle, &m_saneApi, m_curScheme);
+    takeScheme(chosen);
+    apply_scheme(m_devHandle, &m_saneApi, m_curScheme.get());
     updateUIStatus();
     updateRestorePushButton();
 }

@@ -27,7 +27,7 @@ namespace {
 constexpr int kMaxWriteBackRounds = 8;
 
 // Strings compare up to their terminator, words and arrays byte for byte.
-bool same_value(const SANE_Option_Descriptor& d, const QByteArray& start, const sane_value& now)
+bool sameValue(const SANE_Option_Descriptor& d, const QByteArray& start, const SaneValue& now)
 {
     if (d.type == SANE_TYPE_STRING)
         return start == QByteArray(now.text());
@@ -41,7 +41,7 @@ void zy_settingdialog::slot_buttonScanClicked()
 {
     m_closeCode = 3;
     if (!m_suppressResult && m_callback) {
-        const host_call call(this);
+        const HostCall call(this);
         m_callback(UI_RESULT_START_SCAN);
     }
 }
@@ -81,22 +81,22 @@ void zy_settingdialog::closeEvent(QCloseEvent* event)
         return;
     }
     if (m_closeCode == 0) {
-        gb::sane_config_schm* chosen = m_cfg->get_scheme(selected_scheme_name().c_str());
+        gb::sane_config_schm* chosen = m_cfg->get_scheme(selectedSchemeName().c_str());
         if (!chosen)
             chosen = m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str());
-        take_scheme(chosen);
+        takeScheme(chosen);
         // A named scheme changes only through the panel's Save.
         if (m_schemeCombo->currentIndex() <= 0)
-            updateSchemeFromUi(m_curScheme);
+            updateSchemeFromUi(m_curScheme.get());
         m_cfg->select_scheme(m_curScheme->get_scheme_name().c_str());
-        save_configuration();
+        saveConfiguration();
     } else {
         cancelScheme();
     }
     event->accept();
 }
 
-void zy_settingdialog::write_start_value(int id, const option_value& start)
+void zy_settingdialog::writeStartValue(int id, const OptionValue& start)
 {
     // The descriptor of now: the option may have grown since.
     const SANE_Option_Descriptor* d = m_saneApi.sane_get_option_descriptor(m_devHandle, id);
@@ -104,27 +104,27 @@ void zy_settingdialog::write_start_value(int id, const option_value& start)
         return;
     const std::size_t size = std::max<std::size_t>(d->size > 0 ? std::size_t(d->size) : 0,
                                                    std::size_t(start.raw.size()) + 1);
-    sane_value buffer(size);
+    SaneValue buffer(size);
     std::memcpy(buffer.data(), start.raw.constData(), std::size_t(start.raw.size()));
     SANE_Int info = 0;
     m_saneApi.sane_control_option(m_devHandle, id, SANE_ACTION_SET_VALUE, buffer.data(), &info);
-    if (name_is(start.descriptor, "is-custom-gamma"))
-        write_tone_curve(m_gammaAtStart);
+    if (nameIs(start.descriptor, "is-custom-gamma"))
+        writeToneCurve(m_gammaAtStart);
 }
 
-bool zy_settingdialog::differs_from_start(int id, const option_value& start) const
+bool zy_settingdialog::differsFromStart(int id, const OptionValue& start) const
 {
     const SANE_Option_Descriptor* d = m_saneApi.sane_get_option_descriptor(m_devHandle, id);
-    if (!d || !holds_value(d))
+    if (!d || !holdsValue(d))
         return false;
-    sane_value now(std::max<std::size_t>(d->size > 0 ? std::size_t(d->size) : 0,
+    SaneValue now(std::max<std::size_t>(d->size > 0 ? std::size_t(d->size) : 0,
                                          std::size_t(start.raw.size())));
     SANE_Int info = 0;
     // What cannot be read cannot be compared.
     if (m_saneApi.sane_control_option(m_devHandle, id, SANE_ACTION_GET_VALUE, now.data(), &info)
         != SANE_STATUS_GOOD)
         return false;
-    return !same_value(*d, start.raw, now);
+    return !sameValue(*d, start.raw, now);
 }
 
 void zy_settingdialog::cancelScheme()
@@ -139,21 +139,21 @@ void zy_settingdialog::cancelScheme()
         if (id == 0 || id >= undone.size() || undone[id])
             continue;
         undone[id] = true;
-        const option_value& start = m_optionValuesAtStart[id - 1];
-        if (holds_value(start.descriptor) && start.read)
-            write_start_value(int(id), start);
+        const OptionValue& start = m_optionValuesAtStart[id - 1];
+        if (holdsValue(start.descriptor) && start.read)
+            writeStartValue(int(id), start);
     }
     m_writtenIds.clear();
 
     for (std::size_t i = 0; i < m_optionValuesAtStart.size(); ++i) {
-        const option_value& start = m_optionValuesAtStart[i];
-        if (holds_value(start.descriptor) && start.read)
-            write_start_value(static_cast<int>(i) + 1, start);
+        const OptionValue& start = m_optionValuesAtStart[i];
+        if (holdsValue(start.descriptor) && start.read)
+            writeStartValue(static_cast<int>(i) + 1, start);
     }
-    write_back_differences();
+    writeBackDifferences();
 }
 
-int zy_settingdialog::write_back_differences()
+int zy_settingdialog::writeBackDifferences()
 {
     // Writing in option order can leave options behind: a later write reloaded
     // them, one was inactive when its turn came, a range had moved. Those are
@@ -164,9 +164,9 @@ int zy_settingdialog::write_back_differences()
     for (int round = 0; round <= kMaxWriteBackRounds; ++round) {
         differing.clear();
         for (std::size_t i = 0; i < m_optionValuesAtStart.size(); ++i) {
-            const option_value& start = m_optionValuesAtStart[i];
+            const OptionValue& start = m_optionValuesAtStart[i];
             const int id = static_cast<int>(i) + 1;
-            if (holds_value(start.descriptor) && start.read && differs_from_start(id, start))
+            if (holdsValue(start.descriptor) && start.read && differsFromStart(id, start))
                 differing.push_back(id);
         }
         if (round == 0)
@@ -175,7 +175,7 @@ int zy_settingdialog::write_back_differences()
             break;
         before = differing.size();
         for (const int id : differing)
-            write_start_value(id, m_optionValuesAtStart[std::size_t(id) - 1]);
+            writeStartValue(id, m_optionValuesAtStart[std::size_t(id) - 1]);
     }
     ZyBase_WriteInfo(ZYBASE_LOG_DEBUG,
                      "[zy_settingdialog::cancelScheme] %zu option(s) differed after writing the "
@@ -187,28 +187,28 @@ int zy_settingdialog::write_back_differences()
 void zy_settingdialog::updateSchemeFromUi(gb::sane_config_schm* scheme)
 {
     if (!scheme)
-        scheme = m_curScheme;
-    scheme->copy_default_value(m_driverDefaults);
+        scheme = m_curScheme.get();
+    scheme->copy_default_value(m_driverDefaults.get());
 
     bool customArea = false;
     bool customGamma = false;
-    const int count = option_count();
+    const int count = optionCount();
     for (int n = 1; n < count; ++n) {
         const SANE_Option_Descriptor* d = m_saneApi.sane_get_option_descriptor(m_devHandle, n);
-        if (!holds_value(d) || !d->name || !*d->name)
+        if (!holdsValue(d) || !d->name || !*d->name)
             continue;
         SANE_Int info = 0;
-        if (holds_word(d)) {
-            sane_value value = sane_value::for_descriptor(*d);
+        if (holdsWord(d)) {
+            SaneValue value = SaneValue::forDescriptor(*d);
             m_saneApi.sane_control_option(m_devHandle, n, SANE_ACTION_GET_VALUE, value.data(),
                                           &info);
             scheme->config_changed(n, static_cast<const char*>(value.data()), sizeof(SANE_Word));
-            if (name_is(d, "is-custom-area"))
+            if (nameIs(d, "is-custom-area"))
                 customArea = value.word() != 0;
-            else if (name_is(d, "is-custom-gamma"))
+            else if (nameIs(d, "is-custom-gamma"))
                 customGamma = value.word() != 0;
         } else if (d->type == SANE_TYPE_STRING) {
-            sane_value value((d->size > 0 ? std::size_t(d->size) : 0) * 2 + 4);
+            SaneValue value((d->size > 0 ? std::size_t(d->size) : 0) * 2 + 4);
             m_saneApi.sane_control_option(m_devHandle, n, SANE_ACTION_GET_VALUE, value.data(),
                                           &info);
             const char* canonical = to_default_language(value.text());
@@ -227,7 +227,7 @@ void zy_settingdialog::updateSchemeFromUi(gb::sane_config_schm* scheme)
         for (const char* name : {"tl-x", "tl-y", "br-x", "br-y"})
             scheme->remove_config(name);
     }
-    if (customGamma && read_tone_curve())
+    if (customGamma && readToneCurve())
         scheme->config_changed("is-custom-gamma", reinterpret_cast<const char*>(m_gamma.data()),
                                ToneCurveRecord::Size, true);
 }
@@ -243,13 +243,13 @@ void zy_settingdialog::on_scan_status(QString info, bool isScanning)
         const auto [text, scanning] = m_pendingStatus.front();
         m_pendingStatus.erase(m_pendingStatus.begin());
         if (!text.isEmpty()) {
-            const host_call modal(this);
+            const HostCall modal(this);
             QMessageBox::information(this, tr("Prompt"), text, QMessageBox::Ok);
         }
         if (m_closedByHost)
             return;
         m_isScanning = scanning;
-        set_contents_enabled(!scanning);
+        setContentsEnabled(!scanning);
         // While scanning the dialog must outlive any close attempt.
         setAttribute(Qt::WA_DeleteOnClose, !scanning);
         if (!scanning) {
@@ -263,7 +263,7 @@ void zy_settingdialog::on_scan_status(QString info, bool isScanning)
     m_showingStatus = false;
 }
 
-void zy_settingdialog::set_contents_enabled(bool enabled)
+void zy_settingdialog::setContentsEnabled(bool enabled)
 {
     // The window itself stays enabled, so that a prompt shown over it can be
     // answered.
@@ -307,7 +307,7 @@ void zy_settingdialog::closeByHost(bool silently)
     }
 }
 
-zy_settingdialog::host_call::~host_call()
+zy_settingdialog::HostCall::~HostCall()
 {
     if (--m_dialog->m_hostCalls == 0 && m_dialog->m_closedByHost)
         m_dialog->deleteLater();
@@ -319,7 +319,7 @@ void zy_settingdialog::forgetHost()
     m_callback = nullptr;
 }
 
-void zy_settingdialog::deliver_result()
+void zy_settingdialog::deliverResult()
 {
     if (!m_callback)
         return;

@@ -30,7 +30,7 @@ constexpr std::size_t kToneCurveBuffer = 4096;
 constexpr double kFixedToDouble = 1.0 / 65536.0;
 constexpr double kSpinStep = 0.01;
 
-inline bool name_is(const SANE_Option_Descriptor* d, const char* name)
+inline bool nameIs(const SANE_Option_Descriptor* d, const char* name)
 {
     return d && d->name && std::strcmp(d->name, name) == 0;
 }
@@ -45,13 +45,13 @@ inline bool means(const QString& text, const char* canonical)
     return driverText && std::strcmp(driverText, canonical) == 0;
 }
 
-inline QString text_of(const char* text)
+inline QString textOf(const char* text)
 {
     return text ? QString::fromUtf8(text) : QString();
 }
 
 // A bool, int or fixed option of one word; arrays get no control.
-inline bool holds_word(const SANE_Option_Descriptor* d)
+inline bool holdsWord(const SANE_Option_Descriptor* d)
 {
     return d
         && (d->type == SANE_TYPE_BOOL || d->type == SANE_TYPE_INT || d->type == SANE_TYPE_FIXED)
@@ -59,13 +59,13 @@ inline bool holds_word(const SANE_Option_Descriptor* d)
 }
 
 // An option that carries a value (not a button or a group).
-inline bool holds_value(const SANE_Option_Descriptor* d)
+inline bool holdsValue(const SANE_Option_Descriptor* d)
 {
     return d && d->type != SANE_TYPE_BUTTON && d->type != SANE_TYPE_GROUP;
 }
 
 // The constraint as its type says, and only when the driver gave one.
-inline SANE_Constraint_Type constraint_of(const SANE_Option_Descriptor* d)
+inline SANE_Constraint_Type constraintOf(const SANE_Option_Descriptor* d)
 {
     if (!d)
         return SANE_CONSTRAINT_NONE;
@@ -82,10 +82,10 @@ inline SANE_Constraint_Type constraint_of(const SANE_Option_Descriptor* d)
 }
 
 // The words of a word-list constraint (without the leading count).
-inline std::vector<SANE_Word> word_list(const SANE_Option_Descriptor* d)
+inline std::vector<SANE_Word> wordList(const SANE_Option_Descriptor* d)
 {
     std::vector<SANE_Word> words;
-    if (constraint_of(d) != SANE_CONSTRAINT_WORD_LIST)
+    if (constraintOf(d) != SANE_CONSTRAINT_WORD_LIST)
         return words;
     const SANE_Word count = std::min<SANE_Word>(d->constraint.word_list[0], kMaxListEntries);
     for (SANE_Word i = 1; i <= count; ++i)
@@ -93,17 +93,17 @@ inline std::vector<SANE_Word> word_list(const SANE_Option_Descriptor* d)
     return words;
 }
 
-inline QStringList string_list(const SANE_Option_Descriptor* d)
+inline QStringList stringList(const SANE_Option_Descriptor* d)
 {
     QStringList list;
-    if (constraint_of(d) != SANE_CONSTRAINT_STRING_LIST)
+    if (constraintOf(d) != SANE_CONSTRAINT_STRING_LIST)
         return list;
     for (int i = 0; i < kMaxListEntries && d->constraint.string_list[i]; ++i)
         list << QString::fromUtf8(d->constraint.string_list[i]);
     return list;
 }
 
-struct word_range
+struct WordRange
 {
     SANE_Word min;
     SANE_Word max;
@@ -111,8 +111,8 @@ struct word_range
 
 // An int without constraint is offered from 1 to 1000, a fixed one from -1000
 // to 1000, each widened to hold the current value.
-constexpr word_range kIntNoneRange{1, 1000};
-constexpr word_range kFixedNoneRange{-1000 * 65536, 1000 * 65536};
+constexpr WordRange kIntNoneRange{1, 1000};
+constexpr WordRange kFixedNoneRange{-1000 * 65536, 1000 * 65536};
 
 // A fixed value as a slider position: the slider counts hundredths.
 inline int hundredths(SANE_Word fixed)
@@ -122,15 +122,15 @@ inline int hundredths(SANE_Word fixed)
 
 // The range a slider or spin box offers: the range constraint, else the
 // smallest and largest word of a list, else fallback widened to hold value.
-inline word_range range_of(const SANE_Option_Descriptor* d, SANE_Word value, word_range fallback)
+inline WordRange rangeOf(const SANE_Option_Descriptor* d, SANE_Word value, WordRange fallback)
 {
-    switch (constraint_of(d)) {
+    switch (constraintOf(d)) {
     case SANE_CONSTRAINT_RANGE:
         if (d->constraint.range->min <= d->constraint.range->max)
             return {d->constraint.range->min, d->constraint.range->max};
         break;
     case SANE_CONSTRAINT_WORD_LIST: {
-        const std::vector<SANE_Word> words = word_list(d);
+        const std::vector<SANE_Word> words = wordList(d);
         if (!words.empty()) {
             const auto [lo, hi] = std::minmax_element(words.begin(), words.end());
             return {*lo, *hi};
@@ -145,7 +145,7 @@ inline word_range range_of(const SANE_Option_Descriptor* d, SANE_Word value, wor
 
 // A string value copied into buffer: at most the option's size less its
 // terminator, cut at a character boundary, so that no driver reads past it.
-inline void copy_text(const QByteArray& utf8, const SANE_Option_Descriptor& d, sane_value& buffer)
+inline void copyText(const QByteArray& utf8, const SANE_Option_Descriptor& d, SaneValue& buffer)
 {
     std::size_t room = d.size > 1 ? static_cast<std::size_t>(d.size) - 1 : 0;
     room = std::min<std::size_t>(room, buffer.size() - 1);

@@ -32,14 +32,14 @@ constexpr int kMaxSchemeName = 20;
 const char* const kReservedNames[] = {"Default setting", "default_setting", "默认设置", "預設設定"};
 
 // What a control of the option shows, without blanks (names are typed without them).
-QString shown_value(const _sane_api& api, SANE_Handle handle, int n,
+QString shownValue(const _sane_api& api, SANE_Handle handle, int n,
                     const SANE_Option_Descriptor& d)
 {
     static const QRegularExpression blanks(QStringLiteral("\\s"));
-    sane_value value(d.type == SANE_TYPE_STRING && d.size > 0 ? std::size_t(d.size) * 2 + 4
+    SaneValue value(d.type == SANE_TYPE_STRING && d.size > 0 ? std::size_t(d.size) * 2 + 4
                                                               : sizeof(SANE_Word));
     SANE_Int info = 0;
-    if (!holds_value(&d) || (d.type != SANE_TYPE_STRING && !holds_word(&d))
+    if (!holdsValue(&d) || (d.type != SANE_TYPE_STRING && !holdsWord(&d))
         || api.sane_control_option(handle, n, SANE_ACTION_GET_VALUE, value.data(), &info)
             != SANE_STATUS_GOOD)
         return QString();
@@ -66,7 +66,7 @@ void zy_settingdialog::create_scheme_management_ui(QVBoxLayout* layout)
     m_schemeCombo->setFixedWidth(kPanelItemWidth);
     // Long names are cut in the box; the list shows them whole.
     m_schemeCombo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    fill_scheme_list();
+    fillSchemeList();
     layout->addWidget(label);
     layout->addWidget(m_schemeCombo);
 
@@ -101,7 +101,7 @@ void zy_settingdialog::create_scheme_management_ui(QVBoxLayout* layout)
     updateSchemeManagerUi();
 }
 
-void zy_settingdialog::fill_scheme_list()
+void zy_settingdialog::fillSchemeList()
 {
     const QSignalBlocker blocker(m_schemeCombo);
     std::vector<std::string> names;
@@ -121,31 +121,30 @@ void zy_settingdialog::fill_scheme_list()
     m_schemeCombo->setCurrentIndex(index);
 }
 
-std::string zy_settingdialog::scheme_name_at(int index) const
+std::string zy_settingdialog::schemeNameAt(int index) const
 {
     return index <= 0 ? gb::scanner_cfg::user_default_scheme_name()
                       : m_schemeCombo->itemText(index).toStdString();
 }
 
-std::string zy_settingdialog::selected_scheme_name() const
+std::string zy_settingdialog::selectedSchemeName() const
 {
-    return scheme_name_at(m_schemeCombo->currentIndex());
+    return schemeNameAt(m_schemeCombo->currentIndex());
 }
 
-void zy_settingdialog::take_scheme(gb::sane_config_schm* scheme)
+void zy_settingdialog::takeScheme(gb::sane_config_schm* scheme)
 {
     if (!scheme)
         return;
     // Saved values stay: Save may have changed the scheme since its session began.
     m_curScheme->end_setting(false);
-    m_curScheme->release();
-    m_curScheme = scheme;
+    m_curScheme.reset(scheme);
 }
 
-void zy_settingdialog::save_configuration()
+void zy_settingdialog::saveConfiguration()
 {
     m_cfg->save();
-    configurationSaved(m_cfg, m_cfg->to_text(true));
+    configurationSaved(m_cfg.get(), m_cfg->to_text(true));
 }
 
 void zy_settingdialog::updateSchemeManagerUi()
@@ -160,7 +159,7 @@ void zy_settingdialog::updateSchemeManagerUi()
         m_deleteAllButton->setEnabled(false);
 }
 
-bool zy_settingdialog::name_taken(const QString& name) const
+bool zy_settingdialog::nameTaken(const QString& name) const
 {
     for (const char* reserved : kReservedNames)
         if (name == QString::fromUtf8(reserved))
@@ -174,9 +173,9 @@ QString zy_settingdialog::find_current_scheme_menu(int* index)
     for (const char* option : {"mode", "resolution", "paper"}) {
         int n = -1;
         const SANE_Option_Descriptor* d = find_option_description(std::string(option), &n);
-        const QString text = d ? shown_value(m_saneApi, m_devHandle, n, *d) : QString();
+        const QString text = d ? shownValue(m_saneApi, m_devHandle, n, *d) : QString();
         if (!text.isEmpty())
-            parts << (name_is(d, "resolution") ? tr("%1dpi").arg(text) : text);
+            parts << (nameIs(d, "resolution") ? tr("%1dpi").arg(text) : text);
     }
     QString base = parts.join(QLatin1Char('-'));
     while (base.size() > kMaxSchemeName && parts.size() > 1) {
@@ -208,13 +207,13 @@ void zy_settingdialog::slot_pushButton_scheme_management()
     if (button == m_addButton)
         add_scheme();
     else if (button == m_saveButton)
-        save_scheme();
+        saveScheme();
     else if (button == m_deleteButton)
-        delete_scheme();
+        deleteScheme();
     else if (button == m_deleteAllButton)
-        delete_all_schemes();
+        deleteAllSchemes();
     else if (button == m_restoreButton)
-        restore_scheme();
+        restoreScheme();
     else
         updateSchemeManagerUi();
 }
@@ -230,7 +229,7 @@ void zy_settingdialog::add_scheme()
     input.init_value(proposed);
     int answer = QDialog::Rejected;
     {
-        const host_call modal(this);
+        const HostCall modal(this);
         answer = input.exec();
     }
     // The host may have closed the dialog meanwhile.
@@ -241,16 +240,16 @@ void zy_settingdialog::add_scheme()
     auto* scheme = new gb::sane_config_schm(nullptr);
     scheme->set_scheme_name(utf8.c_str());
     // The file refuses a few names of its own ("global") as well.
-    if (name_taken(name) || !m_cfg->add_scheme(scheme, utf8.c_str())) {
+    if (nameTaken(name) || !m_cfg->add_scheme(scheme, utf8.c_str())) {
         scheme->release();
-        const host_call modal(this);
+        const HostCall modal(this);
         QMessageBox::information(this, tr("tips"), tr("The configuration scheme already exists"));
         return;
     }
-    take_scheme(scheme);
+    takeScheme(scheme);
     // The device holds these values already: it is not written again.
     updateSchemeFromUi(scheme);
-    save_configuration();
+    saveConfiguration();
     {
         const QSignalBlocker blocker(m_schemeCombo);
         m_schemeCombo->addItem(name);
@@ -261,42 +260,42 @@ void zy_settingdialog::add_scheme()
     ++m_addedCount;
 }
 
-void zy_settingdialog::save_scheme()
+void zy_settingdialog::saveScheme()
 {
-    gb::sane_config_schm* scheme = m_cfg->get_scheme(selected_scheme_name().c_str());
+    gb::sane_config_schm* scheme = m_cfg->get_scheme(selectedSchemeName().c_str());
     if (scheme) {
         updateSchemeFromUi(scheme);
-        save_configuration();
+        saveConfiguration();
         scheme->release();
     }
     updateRestorePushButton();
     updateSchemeManagerUi();
 }
 
-bool zy_settingdialog::confirm_deletion(const QString& text)
+bool zy_settingdialog::confirmDeletion(const QString& text)
 {
     QMessageBox box(QMessageBox::Question, tr("be sure to delete the configuration"), text,
                     QMessageBox::Yes | QMessageBox::No, this);
     box.setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     int answer = QMessageBox::No;
     {
-        const host_call modal(this);
+        const HostCall modal(this);
         answer = box.exec();
     }
     // The host may have closed the dialog meanwhile.
     return answer == QMessageBox::Yes && isVisible();
 }
 
-void zy_settingdialog::delete_scheme()
+void zy_settingdialog::deleteScheme()
 {
     const int index = m_schemeCombo->currentIndex();
     if (index > 0) {
         const QString shown = m_schemeCombo->itemText(index);
-        if (confirm_deletion(tr("Are you sure you want to delete the configuration \"") + shown
+        if (confirmDeletion(tr("Are you sure you want to delete the configuration \"") + shown
                              + tr("\" ?"))) {
-            const std::string name = scheme_name_at(index);
+            const std::string name = schemeNameAt(index);
             gb::sane_config_schm* scheme = m_cfg->get_scheme(name.c_str());
-            const bool inUse = scheme == m_curScheme;
+            const bool inUse = scheme == m_curScheme.get();
             m_cfg->remove_scheme(name.c_str());
             {
                 const QSignalBlocker blocker(m_schemeCombo);
@@ -310,30 +309,30 @@ void zy_settingdialog::delete_scheme()
                 updateUIStatus();
             }
             on_current_scheme_changed();
-            save_configuration();
+            saveConfiguration();
         }
     }
     updateSchemeManagerUi();
 }
 
-void zy_settingdialog::delete_all_schemes()
+void zy_settingdialog::deleteAllSchemes()
 {
-    if (confirm_deletion(tr("Are you sure you want to delete the configuration?"))) {
+    if (confirmDeletion(tr("Are you sure you want to delete the configuration?"))) {
         restore_2_default_settings();
         updateUIStatus();
         m_cfg->remove_all_schemes();
-        save_configuration();
-        fill_scheme_list();
-        take_scheme(m_cfg->get_scheme(selected_scheme_name().c_str()));
+        saveConfiguration();
+        fillSchemeList();
+        takeScheme(m_cfg->get_scheme(selectedSchemeName().c_str()));
         updateRestorePushButton();
     }
     updateSchemeManagerUi();
 }
 
-void zy_settingdialog::restore_scheme()
+void zy_settingdialog::restoreScheme()
 {
-    take_scheme(m_cfg->get_scheme(selected_scheme_name().c_str()));
-    apply_scheme(m_devHandle, &m_saneApi, m_curScheme);
+    takeScheme(m_cfg->get_scheme(selectedSchemeName().c_str()));
+    apply_scheme(m_devHandle, &m_saneApi, m_curScheme.get());
     updateUIStatus();
     updateRestorePushButton();
     updateSchemeManagerUi();
@@ -341,7 +340,7 @@ void zy_settingdialog::restore_scheme()
 
 void zy_settingdialog::updateRestorePushButton()
 {
-    gb::sane_config_schm* selected = m_cfg->get_scheme(selected_scheme_name().c_str());
+    gb::sane_config_schm* selected = m_cfg->get_scheme(selectedSchemeName().c_str());
     bool differs = false;
     if (selected) {
         // The selected scheme as it would be if captured now: what it holds

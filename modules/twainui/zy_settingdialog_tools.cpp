@@ -27,14 +27,14 @@ constexpr int kCropViewWidth = 300;
 constexpr const char* kGrayModes[] = {"256级灰度", "黑白", "灰度+黑白"};
 
 // One line of the About box: a private option read as a number or as text.
-struct device_fact
+struct deviceFact
 {
     SANE_Int option;
     bool number;
     const char* line;
 };
 
-const device_fact kDeviceFacts[] = {
+const deviceFact kDeviceFacts[] = {
     {SANE_PRIVATE_MODEL, false, QT_TRANSLATE_NOOP("zy_settingdialog", "<p>Device model: %1</p>")},
     {SANE_PRIVATE_DRIVER_VERSION, false,
      QT_TRANSLATE_NOOP("zy_settingdialog", "<p>Driver version: %1</p>")},
@@ -50,7 +50,7 @@ const device_fact kDeviceFacts[] = {
 };
 
 // Millimetres as a 16.16 fixed value, truncated; false for what no option can hold.
-bool to_fixed(double mm, SANE_Word& fixed)
+bool toFixed(double mm, SANE_Word& fixed)
 {
     const double scaled = mm * 65536.0;
     if (!std::isfinite(scaled) || scaled <= double(INT_MIN) - 1 || scaled >= double(INT_MAX) + 1)
@@ -61,33 +61,33 @@ bool to_fixed(double mm, SANE_Word& fixed)
 
 } // namespace
 
-bool zy_settingdialog::run_modal(QDialog& window)
+bool zy_settingdialog::runModal(QDialog& window)
 {
-    const host_call modal(this);
+    const HostCall modal(this);
     // A dialog the host closed meanwhile has ended the window: nothing to take.
     return window.exec() == QDialog::Accepted && !m_closedByHost;
 }
 
-void zy_settingdialog::enable_tool_button(const SANE_Option_Descriptor* d, bool checked)
+void zy_settingdialog::enableToolButton(const SANE_Option_Descriptor* d, bool checked)
 {
-    if (m_cropButton && name_is(d, "is-custom-area"))
+    if (m_cropButton && nameIs(d, "is-custom-area"))
         m_cropButton->setEnabled(checked);
-    else if (m_gammaButton && name_is(d, "is-custom-gamma"))
+    else if (m_gammaButton && nameIs(d, "is-custom-gamma"))
         m_gammaButton->setEnabled(checked);
 }
 
 void zy_settingdialog::slot_buttonAboutClicked()
 {
     QString text;
-    for (const device_fact& fact : kDeviceFacts) {
+    for (const deviceFact& fact : kDeviceFacts) {
         QString value = tr("Not supported");
         if (fact.number) {
             SANE_Word word = 0;
-            if (read_private_word(m_saneApi, m_devHandle, fact.option, &word) == SANE_STATUS_GOOD)
+            if (readPrivateWord(m_saneApi, m_devHandle, fact.option, &word) == SANE_STATUS_GOOD)
                 value = QString::number(word);
         } else {
             std::string read;
-            if (read_private_text(m_saneApi, m_devHandle, fact.option, read) == SANE_STATUS_GOOD)
+            if (readPrivateText(m_saneApi, m_devHandle, fact.option, read) == SANE_STATUS_GOOD)
                 value = QString::fromUtf8(read.c_str()).toHtmlEscaped();
         }
         text += tr(fact.line).arg(value);
@@ -95,7 +95,7 @@ void zy_settingdialog::slot_buttonAboutClicked()
     QMessageBox box(QMessageBox::NoIcon, tr("about ") + QString::fromStdString(m_devName), text,
                     QMessageBox::Ok, this, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     box.setStyleSheet(QStringLiteral("QLabel{min-width: 280px;}"));
-    run_modal(box);
+    runModal(box);
 }
 
 void zy_settingdialog::slot_cutButtonClicked()
@@ -106,15 +106,15 @@ void zy_settingdialog::slot_cutButtonClicked()
                          m_areaIds[3]}) {
         if (id < 1 || std::size_t(id) > m_optionValues.size())
             continue;
-        read_one_value(id);
+        readOneValue(id);
         if (m_optionValues[std::size_t(id) - 1].read)
-            capture_special_value(id, m_optionValues[std::size_t(id) - 1]);
+            captureSpecialValue(id, m_optionValues[std::size_t(id) - 1]);
     }
 
     CutPaperTool tool(m_dpi, m_paper, kCropViewWidth, m_customCutAreaUnit, this);
     QRectF area(m_cutLeft, m_cutTop, m_cutRight - m_cutLeft, m_cutBottom - m_cutTop);
     tool.setCutRectMM(area);
-    if (!run_modal(tool))
+    if (!runModal(tool))
         return;
 
     const QRectF chosen = tool.getCutRectMM();
@@ -122,7 +122,7 @@ void zy_settingdialog::slot_cutButtonClicked()
                              chosen.y() + chosen.height()};
     SANE_Word fixed[4] = {};
     for (int i = 0; i < 4; ++i) {
-        if (!to_fixed(edges[i], fixed[i]))
+        if (!toFixed(edges[i], fixed[i]))
             return;
     }
     m_cutLeft = edges[0];
@@ -133,12 +133,12 @@ void zy_settingdialog::slot_cutButtonClicked()
     // is refreshed.
     for (int i = 0; i < 4; ++i) {
         const SANE_Option_Descriptor* d = find_option_description(m_areaIds[i]);
-        if (!holds_word(d))
+        if (!holdsWord(d))
             continue;
-        sane_value value = sane_value::for_descriptor(*d);
+        SaneValue value = SaneValue::forDescriptor(*d);
         std::memcpy(value.data(), &fixed[i], sizeof(fixed[i]));
         SANE_Int info = 0;
-        write_option(m_areaIds[i], value.data(), &info);
+        writeOption(m_areaIds[i], value.data(), &info);
     }
     m_customCutAreaUnit = tool.getUnit();
     updateRestorePushButton();
@@ -148,10 +148,10 @@ void zy_settingdialog::slot_gammaButtonClicked()
 {
     const bool gray = std::any_of(std::begin(kGrayModes), std::end(kGrayModes),
                                   [this](const char* mode) { return means(m_colorMode, mode); });
-    read_tone_curve();
+    readToneCurve();
     setPicClrTool tool(gray ? 1 : 0, this);
     m_gamma.loadInto(tool);
-    if (!run_modal(tool))
+    if (!runModal(tool))
         return;
 
     ToneCurveRecord edited = m_gamma;
@@ -164,18 +164,18 @@ void zy_settingdialog::slot_gammaButtonClicked()
         return;
     }
     m_gamma = edited;
-    write_tone_curve(m_gamma);
+    writeToneCurve(m_gamma);
     updateRestorePushButton();
 }
 
-bool zy_settingdialog::read_tone_curve()
+bool zy_settingdialog::readToneCurve()
 {
     if (!m_saneApi.sane_control_option)
         return false;
     // The record has no descriptor: a driver that keeps it shorter leaves zeros
     // at its end, one that keeps it longer still writes into our buffer. The
     // record takes our length, and loads any bytes by its own rules.
-    sane_value record(kToneCurveBuffer);
+    SaneValue record(kToneCurveBuffer);
     if (m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_GET_VALUE,
                                       record.data(), nullptr)
         != SANE_STATUS_GOOD)
@@ -183,11 +183,11 @@ bool zy_settingdialog::read_tone_curve()
     return m_gamma.assign(record.data(), ToneCurveRecord::Size);
 }
 
-void zy_settingdialog::write_tone_curve(const ToneCurveRecord& record)
+void zy_settingdialog::writeToneCurve(const ToneCurveRecord& record)
 {
     if (!m_saneApi.sane_control_option)
         return;
-    sane_value buffer(kToneCurveBuffer);
+    SaneValue buffer(kToneCurveBuffer);
     std::memcpy(buffer.data(), record.data(), ToneCurveRecord::Size);
     SANE_Int info = 0;
     m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_SET_VALUE,

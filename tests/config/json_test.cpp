@@ -22,7 +22,7 @@ TEST(JsonDocument, ParsesPrintsAndCounts)
 {
     auto d = doc(R"({"a":1,"b":"x","c":[1,2],"d":{"e":null}})");
     EXPECT_EQ(d->count(), 4);
-    EXPECT_TRUE(d->is_object());
+    EXPECT_TRUE(d->isObject());
     EXPECT_EQ(d->to_string(false), R"({"a":1,"b":"x","c":[1,2],"d":{"e":null}})");
     EXPECT_NE(d->to_string(true).find('\n'), std::string::npos);
 
@@ -32,7 +32,7 @@ TEST(JsonDocument, ParsesPrintsAndCounts)
     EXPECT_FALSE(d->attach_text(nullptr));
     EXPECT_TRUE(d->attach_text("[1,2,3]"));
     EXPECT_EQ(d->count(), 3);
-    EXPECT_FALSE(d->is_object());
+    EXPECT_FALSE(d->isObject());
 }
 
 TEST(JsonDocument, ReadsCheckTheNodeType)
@@ -128,7 +128,7 @@ TEST(JsonDocument, SettingADocumentMovesItAndDropsTheMembersAfter)
         EXPECT_FALSE(d->set_value("k", val.get())) << "an emptied document moves nothing";
         EXPECT_FALSE(d->set_value("k", d.get()));
         // The list stays usable for appends.
-        if (d->is_object()) {
+        if (d->isObject()) {
             EXPECT_TRUE(d->set_value("d", 4));
         }
     }

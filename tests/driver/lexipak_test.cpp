@@ -107,8 +107,8 @@ TEST_F(language, UnknownAndNullTexts)
 // Each column must be unique, or some text would translate to the wrong entry.
 TEST_F(language, EveryPhraseTranslatesBothWays)
 {
-    for (std::size_t i = 0; i < lexipak::k_phrase_count; ++i) {
-        const lexipak::phrase& p = lexipak::k_phrases[i];
+    for (std::size_t i = 0; i < lexipak::kPhraseCount; ++i) {
+        const lexipak::Phrase& p = lexipak::kPhrases[i];
         lang_set_code_page(1252);
         EXPECT_STREQ(from_default_language(p.simplified), p.english) << p.simplified;
         lang_set_code_page(950);

@@ -145,7 +145,7 @@ TEST(LoadSaneDriver, SuccessKeepsLibraryAndTableTryingTheBareNameFirst)
         ZyDll* dll = nullptr;
         ASSERT_EQ(LoadSaneDriver("fake", path, &dll, &api), SANE_LOAD_OK) << path;
         ASSERT_NE(dll, nullptr);
-        unique_zy_dll owner(dll);
+        UniqueZyDll owner(dll);
         EXPECT_EQ(api.sane_control_option, &sane_fake_control_option);
         EXPECT_EQ(api.sane_init, &sane_fake_init);
         // Positions the loader never fills keep what the record had.
@@ -162,7 +162,7 @@ TEST(LoadSaneDriver, FailuresUnloadAndKeepNothing)
     const struct {
         const char* manufacturer;
         std::string path;
-        sane_load_result result;
+        SaneLoadResult result;
     } rows[] = {
         {"junk", missing, SANE_LOAD_LIBRARY_FAILED},
         {"junk", text, SANE_LOAD_LIBRARY_FAILED},

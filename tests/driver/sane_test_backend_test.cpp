@@ -79,13 +79,13 @@ TEST_F(sane_test_backend, OptionsReadThroughTheTable)
     ASSERT_EQ(api.sane_open(devices[0]->name, &handle), SANE_STATUS_GOOD) << devices[0]->name;
 
     SANE_Int count = 0;
-    ASSERT_EQ(read_option_count(api, handle, &count), SANE_STATUS_GOOD);
+    ASSERT_EQ(readOptionCount(api, handle, &count), SANE_STATUS_GOOD);
     EXPECT_GT(count, 20) << "test options are enabled";
 
-    const SANE_Int mode = find_option_by_name(api, handle, "mode");
+    const SANE_Int mode = findOptionByName(api, handle, "mode");
     ASSERT_GT(mode, 0);
     std::vector<char> value;
-    ASSERT_EQ(read_option_value(api, handle, mode, value), SANE_STATUS_GOOD);
+    ASSERT_EQ(readOptionValue(api, handle, mode, value), SANE_STATUS_GOOD);
     EXPECT_STREQ(value.data(), "Gray");
 
     // Every readable value fits a buffer of its descriptor's size, arrays included.
@@ -96,7 +96,7 @@ TEST_F(sane_test_backend, OptionsReadThroughTheTable)
         if (d->type == SANE_TYPE_GROUP || d->type == SANE_TYPE_BUTTON || (d->cap & SANE_CAP_INACTIVE) ||
             !(d->cap & SANE_CAP_SOFT_DETECT))
             continue;
-        ASSERT_EQ(read_option_value(api, handle, n, value), SANE_STATUS_GOOD) << d->name;
+        ASSERT_EQ(readOptionValue(api, handle, n, value), SANE_STATUS_GOOD) << d->name;
         EXPECT_EQ(value.size(), static_cast<std::size_t>(std::max<SANE_Int>(d->size, 4))) << d->name;
         if (d->type == SANE_TYPE_STRING) {
             EXPECT_NE(std::memchr(value.data(), 0, value.size()), nullptr) << d->name;
@@ -107,10 +107,10 @@ TEST_F(sane_test_backend, OptionsReadThroughTheTable)
     EXPECT_GT(arrays, 0) << "the backend's int arrays were read";
 
     // The backend knows neither action 100 nor the private options.
-    EXPECT_NE(read_default_value(api, handle, mode, value), SANE_STATUS_GOOD);
+    EXPECT_NE(readDefaultValue(api, handle, mode, value), SANE_STATUS_GOOD);
     EXPECT_TRUE(value.empty());
     SANE_Word product = 42;
-    EXPECT_NE(read_private_word(api, handle, SANE_PRIVATE_PRODUCT_ID, &product), SANE_STATUS_GOOD);
+    EXPECT_NE(readPrivateWord(api, handle, SANE_PRIVATE_PRODUCT_ID, &product), SANE_STATUS_GOOD);
     EXPECT_EQ(product, 0);
 
     SANE_Parameters parameters{};

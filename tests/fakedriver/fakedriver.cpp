@@ -28,8 +28,8 @@ struct option {
     SANE_Option_Descriptor descriptor{};
     std::string name, title, desc;
     std::vector<std::string> strings;
-    std::vector<SANE_String_Const> string_list; // null-terminated, points into strings
-    std::vector<SANE_Word> word_list;           // count first
+    std::vector<SANE_String_Const> stringList; // null-terminated, points into strings
+    std::vector<SANE_Word> wordList;           // count first
     SANE_Range range{};
     bytes value, default_value;
     bool hidden = false;
@@ -134,7 +134,7 @@ option* find_option(driver_state& s, int n)
     return s.options[static_cast<std::size_t>(n)].get();
 }
 
-SANE_Word word_of(const bytes& value)
+SANE_Word wordOf(const bytes& value)
 {
     SANE_Word word = 0;
     std::memcpy(&word, value.data(), std::min(value.size(), sizeof(word)));
@@ -186,7 +186,7 @@ bool rule_holds(driver_state& s, const activation_rule& rule)
         return false;
     if (rule.is_text)
         return string_of(controller->value) == rule.text;
-    return word_of(controller->value) == rule.word;
+    return wordOf(controller->value) == rule.word;
 }
 
 void apply_rules_for_target(driver_state& s, int target)
@@ -322,12 +322,12 @@ bool constrain(const option& o, bytes& value)
                 adjusted = static_cast<SANE_Word>(
                     std::min<long long>(o.range.min + steps * o.range.quant, o.range.max));
             }
-        } else if (d.constraint_type == SANE_CONSTRAINT_WORD_LIST && o.word_list.size() > 1) {
-            adjusted = o.word_list[1];
-            for (std::size_t i = 1; i < o.word_list.size(); ++i) {
-                const long long distance = std::llabs(static_cast<long long>(word) - o.word_list[i]);
+        } else if (d.constraint_type == SANE_CONSTRAINT_WORD_LIST && o.wordList.size() > 1) {
+            adjusted = o.wordList[1];
+            for (std::size_t i = 1; i < o.wordList.size(); ++i) {
+                const long long distance = std::llabs(static_cast<long long>(word) - o.wordList[i]);
                 if (distance < std::llabs(static_cast<long long>(word) - adjusted))
-                    adjusted = o.word_list[i];
+                    adjusted = o.wordList[i];
             }
         }
         if (adjusted != word) {
@@ -338,7 +338,7 @@ bool constrain(const option& o, bytes& value)
     return changed;
 }
 
-bool in_string_list(const option& o, const std::string& text)
+bool inStringList(const option& o, const std::string& text)
 {
     if (o.descriptor.constraint_type != SANE_CONSTRAINT_STRING_LIST)
         return true;
@@ -367,11 +367,11 @@ SANE_Status set_option(driver_state& s, int n, option& o, void* value, SANE_Int*
 
     bytes incoming = value_from(o, value, static_cast<std::size_t>(d.size));
     if (d.type == SANE_TYPE_BOOL) {
-        const SANE_Word word = word_of(incoming);
+        const SANE_Word word = wordOf(incoming);
         if (word != SANE_FALSE && word != SANE_TRUE)
             return SANE_STATUS_INVAL;
     }
-    if (d.type == SANE_TYPE_STRING && !in_string_list(o, string_of(incoming)))
+    if (d.type == SANE_TYPE_STRING && !inStringList(o, string_of(incoming)))
         return SANE_STATUS_INVAL;
 
     bool inexact = constrain(o, incoming);
@@ -532,10 +532,10 @@ int add_option_locked(driver_state& s, const SANE_Option_Descriptor* d, const vo
     case SANE_CONSTRAINT_WORD_LIST: {
         const SANE_Word* words = d->constraint.word_list;
         const SANE_Word count = words ? std::max(words[0], 0) : 0;
-        o->word_list.assign(1, count);
+        o->wordList.assign(1, count);
         for (SANE_Word i = 1; i <= count; ++i)
-            o->word_list.push_back(words[i]);
-        o->descriptor.constraint.word_list = o->word_list.data();
+            o->wordList.push_back(words[i]);
+        o->descriptor.constraint.word_list = o->wordList.data();
         break;
     }
     case SANE_CONSTRAINT_STRING_LIST: {
@@ -544,9 +544,9 @@ int add_option_locked(driver_state& s, const SANE_Option_Descriptor* d, const vo
             longest = std::max(longest, o->strings.back().size());
         }
         for (const std::string& text : o->strings)
-            o->string_list.push_back(text.c_str());
-        o->string_list.push_back(nullptr);
-        o->descriptor.constraint.string_list = o->string_list.data();
+            o->stringList.push_back(text.c_str());
+        o->stringList.push_back(nullptr);
+        o->descriptor.constraint.string_list = o->stringList.data();
         break;
     }
     default:
@@ -843,7 +843,7 @@ SANE_Word field_word(int n, bytes option::*field)
     driver_state& s = state();
     guard lock(s.lock);
     const option* o = find_option(s, n);
-    return o ? word_of(o->*field) : 0;
+    return o ? wordOf(o->*field) : 0;
 }
 
 const char* field_string(int n, bytes option::*field)

@@ -187,7 +187,7 @@ TEST(ApplyScheme, TestBackendTakesMatchingValuesOnly)
     if (!backend.open())
         GTEST_SKIP() << "no SANE test backend";
     _sane_api api = backend.api();
-    const SANE_Int array = find_option_by_name(api, backend.handle(), "int-constraint-array");
+    const SANE_Int array = findOptionByName(api, backend.handle(), "int-constraint-array");
     const SANE_Option_Descriptor* d = api.sane_get_option_descriptor(backend.handle(), array);
     ASSERT_NE(d, nullptr);
     const std::size_t size = std::size_t(d->size);
@@ -208,12 +208,12 @@ TEST(ApplyScheme, TestBackendTakesMatchingValuesOnly)
         api.sane_control_option(backend.handle(), array, SANE_ACTION_GET_VALUE, now.data(), nullptr);
         EXPECT_EQ(std::string(now.data(), size), whole ? value : std::string(before.data(), size));
         char mode[64] = {};
-        api.sane_control_option(backend.handle(), find_option_by_name(api, backend.handle(), "mode"),
+        api.sane_control_option(backend.handle(), findOptionByName(api, backend.handle(), "mode"),
                                 SANE_ACTION_GET_VALUE, mode, nullptr);
         EXPECT_STREQ(mode, "Color");
         SANE_Word resolution = 0;
         api.sane_control_option(backend.handle(),
-                                find_option_by_name(api, backend.handle(), "resolution"),
+                                findOptionByName(api, backend.handle(), "resolution"),
                                 SANE_ACTION_GET_VALUE, &resolution, nullptr);
         EXPECT_EQ(resolution, 150 << 16);
     }

@@ -44,10 +44,10 @@ std::vector<std::vector<char>> values(const TestBackend& backend)
 {
     std::vector<std::vector<char>> all;
     SANE_Int count = 0;
-    read_option_count(backend.api(), backend.handle(), &count);
+    readOptionCount(backend.api(), backend.handle(), &count);
     for (SANE_Int n = 0; n < count; ++n) {
         all.emplace_back();
-        read_option_value(backend.api(), backend.handle(), n, all.back());
+        readOptionValue(backend.api(), backend.handle(), n, all.back());
     }
     return all;
 }

@@ -13,9 +13,9 @@
 
 namespace {
 
-std::atomic<int> g_fixed_code_page{0};
+std::atomic<int> g_fixedCodePage{0};
 
-bool same_token(const std::string& token, const char* expected)
+bool sameToken(const std::string& token, const char* expected)
 {
     if (token.size() != std::strlen(expected))
         return false;
@@ -28,7 +28,7 @@ bool same_token(const std::string& token, const char* expected)
 
 // "zh_CN.UTF-8", "zh_TW@euro", "zh-Hant-HK": language, then script and/or
 // territory. A script decides before a territory (zh_Hant_CN is traditional).
-int code_page_of_locale(const char* name)
+int codePageOfLocale(const char* name)
 {
     std::string locale(name);
     locale = locale.substr(0, locale.find_first_of(".@"));
@@ -40,35 +40,35 @@ int code_page_of_locale(const char* name)
         tokens.push_back(locale.substr(start, end - start));
         start = end + 1;
     }
-    if (tokens.empty() || !same_token(tokens.front(), "zh"))
+    if (tokens.empty() || !sameToken(tokens.front(), "zh"))
         return LEXIPAK_CP_ENGLISH;
 
     for (const std::string& token : tokens) {
-        if (same_token(token, "hans"))
+        if (sameToken(token, "hans"))
             return LEXIPAK_CP_SIMPLIFIED_CHINESE;
-        if (same_token(token, "hant"))
+        if (sameToken(token, "hant"))
             return LEXIPAK_CP_TRADITIONAL_CHINESE;
     }
     for (const std::string& token : tokens) {
-        if (same_token(token, "cn") || same_token(token, "sg"))
+        if (sameToken(token, "cn") || sameToken(token, "sg"))
             return LEXIPAK_CP_SIMPLIFIED_CHINESE;
-        if (same_token(token, "tw") || same_token(token, "hk") || same_token(token, "mo"))
+        if (sameToken(token, "tw") || sameToken(token, "hk") || sameToken(token, "mo"))
             return LEXIPAK_CP_TRADITIONAL_CHINESE;
     }
     return LEXIPAK_CP_ENGLISH;
 }
 
-bool is_default_locale(const char* name)
+bool isDefaultLocale(const char* name)
 {
     return std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
 }
 
 // A host that called setlocale() has said what it wants; otherwise the
 // environment says it, in the order the C library itself would read it.
-const char* effective_locale()
+const char* effectiveLocale()
 {
     const char* set = std::setlocale(LC_MESSAGES, nullptr);
-    if (set && *set && !is_default_locale(set))
+    if (set && *set && !isDefaultLocale(set))
         return set;
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const char* value = std::getenv(variable);
@@ -78,28 +78,28 @@ const char* effective_locale()
     return "C";
 }
 
-using lexipak::phrase;
-using column = const char* phrase::*;
+using lexipak::Phrase;
+using Column = const char* Phrase::*;
 
-class phrase_index
+class PhraseIndex
 {
 public:
-    explicit phrase_index(column key)
+    explicit PhraseIndex(Column key)
         : m_key(key)
     {
-        m_sorted.reserve(lexipak::k_phrase_count);
-        for (std::size_t i = 0; i < lexipak::k_phrase_count; ++i)
-            m_sorted.push_back(&lexipak::k_phrases[i]);
-        std::sort(m_sorted.begin(), m_sorted.end(), [key](const phrase* a, const phrase* b) {
+        m_sorted.reserve(lexipak::kPhraseCount);
+        for (std::size_t i = 0; i < lexipak::kPhraseCount; ++i)
+            m_sorted.push_back(&lexipak::kPhrases[i]);
+        std::sort(m_sorted.begin(), m_sorted.end(), [key](const Phrase* a, const Phrase* b) {
             return std::strcmp(a->*key, b->*key) < 0;
         });
     }
 
-    const phrase* find(const char* text) const
+    const Phrase* find(const char* text) const
     {
-        const column key = m_key;
+        const Column key = m_key;
         const auto it = std::lower_bound(m_sorted.begin(), m_sorted.end(), text,
-                                         [key](const phrase* p, const char* t) {
+                                         [key](const Phrase* p, const char* t) {
                                              return std::strcmp(p->*key, t) < 0;
                                          });
         if (it == m_sorted.end() || std::strcmp((*it)->*key, text) != 0)
@@ -108,20 +108,20 @@ public:
     }
 
 private:
-    column m_key;
-    std::vector<const phrase*> m_sorted;
+    Column m_key;
+    std::vector<const Phrase*> m_sorted;
 };
 
-struct phrase_book {
-    phrase_index simplified{&phrase::simplified};
-    phrase_index traditional{&phrase::traditional};
-    phrase_index english{&phrase::english};
+struct PhraseBook {
+    PhraseIndex simplified{&Phrase::simplified};
+    PhraseIndex traditional{&Phrase::traditional};
+    PhraseIndex english{&Phrase::english};
 };
 
 // Built on first use; the language rules make this initialisation thread-safe.
-const phrase_book& book()
+const PhraseBook& book()
 {
-    static const phrase_book instance;
+    static const PhraseBook instance;
     return instance;
 }
 
@@ -131,15 +131,15 @@ extern "C" {
 
 int lang_get_cur_code_page(void)
 {
-    const int fixed = g_fixed_code_page.load(std::memory_order_relaxed);
+    const int fixed = g_fixedCodePage.load(std::memory_order_relaxed);
     if (fixed > 0)
         return fixed;
-    return code_page_of_locale(effective_locale());
+    return codePageOfLocale(effectiveLocale());
 }
 
 void lang_set_code_page(int code_page)
 {
-    g_fixed_code_page.store(code_page > 0 ? code_page : 0, std::memory_order_relaxed);
+    g_fixedCodePage.store(code_page > 0 ? code_page : 0, std::memory_order_relaxed);
 }
 
 const char* from_default_language(const char* text)
@@ -149,7 +149,7 @@ const char* from_default_language(const char* text)
     const int code_page = lang_get_cur_code_page();
     if (code_page == LEXIPAK_CP_SIMPLIFIED_CHINESE)
         return text;
-    const phrase* entry = book().simplified.find(text);
+    const Phrase* entry = book().simplified.find(text);
     if (!entry)
         return text;
     return code_page == LEXIPAK_CP_TRADITIONAL_CHINESE ? entry->traditional : entry->english;
@@ -162,9 +162,9 @@ const char* to_default_language(const char* text)
     // Already the driver's language: nothing to do.
     if (book().simplified.find(text))
         return text;
-    if (const phrase* entry = book().english.find(text))
+    if (const Phrase* entry = book().english.find(text))
         return entry->simplified;
-    if (const phrase* entry = book().traditional.find(text))
+    if (const Phrase* entry = book().traditional.find(text))
         return entry->simplified;
     return text;
 }

@@ -5,7 +5,7 @@
 
 namespace lexipak {
 
-const phrase k_phrases[] = {
+const Phrase kPhrases[] = {
     // option groups
     {"基本设置", "基本設定", "Basic Settings"},
     {"亮度调节", "亮度調節", "Brightness Adjustment"},
@@ -183,6 +183,6 @@ const phrase k_phrases[] = {
     {"序列号", "序號", "Serial Number"},
 };
 
-const std::size_t k_phrase_count = sizeof(k_phrases) / sizeof(k_phrases[0]);
+const std::size_t kPhraseCount = sizeof(kPhrases) / sizeof(kPhrases[0]);
 
 } // namespace lexipak

@@ -7,15 +7,15 @@
 
 namespace lexipak {
 
-struct phrase {
+struct Phrase {
     const char* simplified;   // as the driver writes it (UTF-8)
     const char* traditional;
     const char* english;
 };
 
 // Unique in each of the three columns, so every lookup has one answer.
-extern const phrase k_phrases[];
-extern const std::size_t k_phrase_count;
+extern const Phrase kPhrases[];
+extern const std::size_t kPhraseCount;
 
 } // namespace lexipak
 
