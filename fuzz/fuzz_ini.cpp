@@ -16,12 +16,6 @@
 
 namespace {
 
-const veltest::TempDir& scratch()
-{
-    static const veltest::TempDir dir;
-    return dir;
-}
-
 // Splits off the next zero-terminated field; false when there is none.
 bool field(const char*& at, const char* end, std::string& out)
 {
@@ -65,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (!field(at, end, app) || !field(at, end, key) || !field(at, end, value))
         return 0;
     const std::string content(at, end);
-    const std::string file = scratch().file("fuzz.ini");
+    const std::string file = veltest::processTempDir().file("fuzz.ini");
     if (ZyBase_WriteFileAtomic(file.c_str(), content.data(), content.size()) != 0)
         return 0;
 

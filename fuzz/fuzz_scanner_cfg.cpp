@@ -3,24 +3,9 @@
 #include "gb_json.h"
 #include "temp_dir.h"
 
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
-
-namespace {
-
-// Unparsable text leaves err_cfg.txt beside the file; keep it in a directory of our own.
-const veltest::TempDir& scratch()
-{
-    static const veltest::TempDir dir;
-    return dir;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -30,8 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
 
     gb::scanner_cfg* cfg = new gb::scanner_cfg();
-    // A missing file only sets the directory for err_cfg.txt.
-    cfg->load_file(scratch().file("none.cfg").c_str());
+    // A missing file only sets the directory for err_cfg.txt, which unparsable
+    // text leaves behind: a directory of our own.
+    cfg->load_file(veltest::processTempDir().file("none.cfg").c_str());
     if (cfg->load_mem(text.c_str(), inBase64) == 0) {
         const std::string written = cfg->to_text(true);
         cfg->to_text(false);

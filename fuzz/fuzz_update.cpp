@@ -3,11 +3,8 @@
 #include "gb_json.h"
 #include "temp_dir.h"
 
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -15,16 +12,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const veltest::TempDir& scratch()
-{
-    static const veltest::TempDir dir;
-    return dir;
-}
-
 void emptyScratch()
 {
     std::error_code ec;
-    for (const auto& entry : fs::directory_iterator(scratch().path(), ec))
+    for (const auto& entry : fs::directory_iterator(veltest::processTempDir().path(), ec))
         fs::remove_all(entry.path(), ec);
 }
 
@@ -38,22 +29,12 @@ const char* titleToName(const char* title, void*)
     return name.c_str();
 }
 
-bool writeFile(const std::string& path, const uint8_t* data, size_t size)
-{
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (!f)
-        return false;
-    const bool ok = std::fwrite(data, 1, size, f) == size;
-    return std::fclose(f) == 0 && ok;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string file = scratch().file("scanner.schm");
-    if (!writeFile(file, data, size))
-        return 0;
+    const std::string file = veltest::processTempDir().file("scanner.schm");
+    veltest::writeFile(file, std::string(reinterpret_cast<const char*>(data), size));
     gb::scanner_cfg::_update_func func = {transNumber, titleToName, nullptr};
     gb::scanner_cfg::update(file.c_str(), &func);
     emptyScratch();

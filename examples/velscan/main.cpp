@@ -5,9 +5,10 @@
 //           [--screenshots DIR] [--auto-close MS]
 //
 // It lets the user choose a driver among the installed SANE backends and one of
-// its devices, then scans every sheet in the feeder (or one page) on a thread of
-// its own, shows the progress, asks about pages that look blank and writes the
-// pages as PNG files. Cancel in the progress dialog cancels the scan.
+// its devices and shows the device's settings. Scan there scans every sheet in
+// the feeder (or one page) on a thread of its own, shows the progress, asks about
+// pages that look blank and writes the pages as PNG files; Cancel in the progress
+// dialog cancels the scan. The session ends when the settings dialog closes.
 //
 // velscan owns the Qt application, so the library builds each window inside the
 // call and its choices come back on return. --own-thread lets the library run its
@@ -202,42 +203,75 @@ int main(int argc, char** argv)
     std::printf("velscan: scanning from %s on %s%s\n", device.c_str(), manufacturer.c_str(),
                 feeder ? " (document feeder)" : "");
 
-    // ---- the scan ----
+    // ---- the settings, and the scan they start ----
     if (!QDir().mkpath(QString::fromStdString(options.out)))
         return fail("cannot make " + options.out);
+    // Results come from the UI thread (settings) and the library's workers (progress).
+    std::atomic<bool> scanRequested{false};
+    std::atomic<bool> settingsClosed{false};
     std::atomic<bool> progressClosed{false};
-    std::unique_ptr<ScanJob> job;
-    ui_event_callback notify;
-    // Results come from the library's worker threads.
-    ui.show_progress_ui(nullptr, [&](ui_result result) {
-        if (result == UI_RESULT_CANCEL_SCAN && job)
-            job->cancel();
-        if (result == UI_RESULT_CLOSE_NORMAL)
-            progressClosed = true;
-    }, &notify);
+    std::atomic<ScanJob*> running{nullptr};
+    ui_event_callback settingsNotify;
+    _sane_api api = backend.api();
+    ui.show_setting_ui(backend.handle(), nullptr, &api, device.c_str(), true,
+                       [&](ui_result result) {
+                           if (result == UI_RESULT_START_SCAN)
+                               scanRequested = true;
+                           else
+                               settingsClosed = true;
+                       },
+                       &settingsNotify);
     watch(); // on its own thread the library's application exists only now
 
     const bool testBackend = manufacturer == "test";
-    ScanJob::Hooks hooks;
-    hooks.event = notify;
-    hooks.keep = [&ui](SANE_Image* image) {
-        return onUiThread([&] { return ui.abnormal_image(image, nullptr); }) == 1;
+    std::unique_ptr<ScanJob> job;
+    ui_event_callback progressNotify;
+    auto startScan = [&] {
+        ui.show_progress_ui(nullptr, [&](ui_result result) {
+            if (result == UI_RESULT_CANCEL_SCAN && running)
+                running.load()->cancel();
+            if (result == UI_RESULT_CLOSE_NORMAL)
+                progressClosed = true;
+        }, &progressNotify);
+        ScanJob::Hooks hooks;
+        hooks.event = [&](int code, void* data, int status) {
+            progressNotify(code, data, status);
+            // The settings dialog shows a text with a non-zero status in a message
+            // box: the page-by-page status is the progress dialog's only.
+            if (code == EVENT_SCAN_WORKING)
+                settingsNotify(code, nullptr, 0);
+            else if (code == EVENT_SCAN_FINISHED)
+                settingsNotify(code, data, status);
+        };
+        hooks.keep = [&ui](SANE_Image* image) {
+            return onUiThread([&] { return ui.abnormal_image(image, nullptr); }) == 1;
+        };
+        hooks.beforePage = [&](int page) {
+            if (testBackend && options.blankPage > 0
+                && (page == options.blankPage || page == options.blankPage + 1))
+                backend.setString("test-picture",
+                                  page == options.blankPage ? "Solid white" : "Color pattern");
+        };
+        job = std::make_unique<ScanJob>(backend.api(), backend.handle(), options.out, hooks);
+        running = job.get();
+        job->start(feeder);
     };
-    hooks.beforePage = [&](int page) {
-        if (testBackend && options.blankPage > 0 && (page == options.blankPage || page == options.blankPage + 1))
-            backend.setString("test-picture", page == options.blankPage ? "Solid white" : "Color pattern");
-    };
-    job = std::make_unique<ScanJob>(backend.api(), backend.handle(), options.out, hooks);
-    job->start(feeder);
 
-    // Until the scan has ended and the user (or the auto-close) closed its window.
-    while (!job->finished() || !progressClosed) {
+    // Until the settings dialog has closed and a scan it started has ended, with
+    // its progress window closed by the user (or the auto-close).
+    while (!settingsClosed || (job && (!job->finished() || !progressClosed))) {
         if (app)
             ui.pump_ui_message();
+        if (scanRequested.exchange(false) && !job)
+            startScan();
         QThread::msleep(10);
     }
-    std::printf("velscan: %d page(s) written to %s, %d blank page(s) dropped\n", job->written(),
-                options.out.c_str(), job->dropped());
+    if (job)
+        std::printf("velscan: %d page(s) written to %s, %d blank page(s) dropped\n",
+                    job->written(), options.out.c_str(), job->dropped());
+    else
+        std::printf("velscan: the settings closed without a scan\n");
+    running = nullptr;
     job.reset();
     ui.close_ui(-1);
     if (watcher) {

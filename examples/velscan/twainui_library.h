@@ -19,6 +19,7 @@ public:
     const std::string& error() const { return m_error; }
 
     decltype(&::show_messagebox_ui) show_messagebox_ui = nullptr;
+    decltype(&::show_setting_ui) show_setting_ui = nullptr;
     decltype(&::close_ui) close_ui = nullptr;
     decltype(&::pump_ui_message) pump_ui_message = nullptr;
     decltype(&::twain_ui_free) twain_ui_free = nullptr;

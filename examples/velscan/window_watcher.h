@@ -36,6 +36,7 @@ private:
     struct Seen {
         qint64 since;
         bool shot;
+        bool answered;
     };
 
     QString m_dir;

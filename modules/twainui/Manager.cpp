@@ -5,6 +5,8 @@
 #include "dialog_progress_ui.h"
 #include "dialog_source_select.h"
 #include "dialog_twain_source_select.h"
+#include "gb_json.h"
+#include "zy_settingdialog.h"
 
 #include <lexipak.h>
 
@@ -14,6 +16,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -53,17 +56,6 @@ QWidget* ownerWidget(void* handle)
     return nullptr;
 }
 
-// The open settings dialog's window, which owns a progress dialog opened over it.
-QWidget* settingsWindow()
-{
-    const auto widgets = QApplication::topLevelWidgets();
-    for (QWidget* w : widgets) {
-        if (w->isVisible() && w->inherits("zy_settingdialog"))
-            return w;
-    }
-    return nullptr;
-}
-
 // A status text longer than this is the host's mistake; the rest is not read.
 constexpr std::size_t kMaxEventText = 4096;
 
@@ -77,7 +69,9 @@ Manager::Manager()
     registerRequestTypes();
 
     connect(this, &Manager::init, this, &Manager::on_init);
+    connect(this, &Manager::createSettingUi, this, &Manager::on_createSettingUi);
     connect(this, &Manager::createMessageBoxUi, this, &Manager::on_createMessageBoxUi);
+    connect(this, &Manager::deleteSettingUi, this, &Manager::on_deleteSettingUi);
     connect(this, &Manager::deleteMessageBoxUi, this, &Manager::on_deleteMessageBoxUi);
     connect(this, &Manager::createDeviceSelect, this, &Manager::on_createDeviceSelect);
     connect(this, &Manager::createProgressUi, this, &Manager::on_createProgressUi);
@@ -86,6 +80,7 @@ Manager::Manager()
     connect(this, &Manager::createTwainSrcUi, this, &Manager::on_createTwainSrcUi);
     connect(this, &Manager::createSaneSrcUi, this, &Manager::on_createSaneSrcUi);
     connect(this, &Manager::createAbnormalImgUi, this, &Manager::on_createAbnormalImgUi);
+    connect(this, &Manager::settingScanStatus, this, &Manager::on_settingScanStatus);
 
     // At once on the application's thread; queued from any other, ahead of every request.
     emit init();
@@ -98,6 +93,8 @@ Manager::~Manager()
         m_progressUi->setClosedByHost();
         delete m_progressUi.data();
     }
+    if (m_settingUi)
+        std::exchange(m_settingUi, nullptr)->closeByHost(true);
     QCoreApplication::removeTranslator(&m_translator);
     QCoreApplication::removeTranslator(&m_qtTranslator);
 }
@@ -111,6 +108,7 @@ void Manager::registerRequestTypes()
     qRegisterMetaType<TwainSourceRequest>();
     qRegisterMetaType<SaneSourceRequest>();
     qRegisterMetaType<AbnormalImageRequest>();
+    qRegisterMetaType<SettingRequest>();
 }
 
 Manager::Busy::Busy(Manager* manager) : m_manager(manager)
@@ -175,6 +173,91 @@ void Manager::on_createMessageBoxUi(const MessageBoxRequest& request)
     box.exec();
 }
 
+int Manager::showSettingUi(void* device, void* parent, const _sane_api* api, const char* name,
+                           gb::scanner_cfg* cfg, bool with_scan, ui_result_callback callback,
+                           ui_event_callback* notify)
+{
+    // Set here, on the host's thread, before the host can report its first event.
+    if (notify)
+        *notify = &zy_settingdialog::FuncNotify;
+    SettingRequest request;
+    request.device = device;
+    request.parent = parent;
+    if (api)
+        request.api = *api;
+    request.name = name ? name : "";
+    request.withScan = with_scan;
+    request.cfg.reset(cfg, [](gb::scanner_cfg* c) { c->release(); });
+    request.callback = std::move(callback);
+    emit createSettingUi(request);
+    ZyBase_WriteInfo(ZYBASE_LOG_DEBUG, "[Manager::showSettingUi] emit createSettingUi(ThreadId)");
+    return 0;
+}
+
+void Manager::on_createSettingUi(const SettingRequest& request)
+{
+    const Busy busy(this);
+    if (busy.retired())
+        return;
+    // A second request replaces the open dialog, which reports its closing.
+    if (m_settingUi)
+        closeSettingUiByHost(false);
+    auto* dialog = new zy_settingdialog(this, request.device, &request.api, request.withScan,
+                                        request.name.c_str(), request.cfg.get(),
+                                        request.callback, nullptr, ownerWidget(request.parent));
+    m_settingUi = dialog;
+    dialog->setModal(true);
+    // Without an owner the dialog stays on top; these flags replace all others.
+    if (!request.parent)
+        dialog->setWindowFlags(Qt::WindowStaysOnTopHint);
+    dialog->show();
+    ZyBase_WriteInfo(ZYBASE_LOG_DEBUG, "[Manager::on_createSettingUi] m_settingUi->show()");
+}
+
+void Manager::notifySettingUi(const QString& text, bool scanning)
+{
+    emit settingScanStatus(text, scanning);
+}
+
+void Manager::on_settingScanStatus(const QString& text, bool scanning)
+{
+    const Busy busy(this);
+    if (!busy.retired() && m_settingUi)
+        emit m_settingUi->scan_status(text, scanning);
+}
+
+void Manager::forgetSettingUi(const zy_settingdialog* dialog)
+{
+    if (m_settingUi == dialog)
+        m_settingUi = nullptr;
+    keepProgressUi(dialog);
+}
+
+void Manager::keepProgressUi(const QWidget* owner)
+{
+    // A progress dialog outlives the settings dialog that owns it: the scan that
+    // closed the settings still has its last second to show, and the host its
+    // close to hear.
+    if (m_progressUi && m_progressUi->parentWidget() == owner) {
+        m_progressUi->setParent(nullptr, m_progressUi->windowFlags());
+        m_progressUi->show();
+    }
+}
+
+void Manager::closeSettingUiByHost(bool silently)
+{
+    zy_settingdialog* const dialog = std::exchange(m_settingUi, nullptr);
+    keepProgressUi(dialog);
+    dialog->closeByHost(silently);
+}
+
+void Manager::on_deleteSettingUi(void*)
+{
+    const Busy busy(this);
+    if (!busy.retired() && m_settingUi)
+        closeSettingUiByHost(true);
+}
+
 void Manager::closeSettingUi()
 {
     emit deleteSettingUi(nullptr);
@@ -200,6 +283,8 @@ void Manager::clear_functions()
     // A message box holds no callback of the host's.
     if (m_progressUi)
         m_progressUi->setClosedByHost();
+    if (m_settingUi)
+        m_settingUi->forgetHost();
 }
 
 // ---- device selection ----------------------------------------------------
@@ -246,7 +331,8 @@ void Manager::on_createProgressUi(const ProgressRequest& request)
     const Busy busy(this);
     if (busy.retired())
         return;
-    QWidget* owner = settingsWindow();
+    // The settings dialog owns a progress dialog opened over it.
+    QWidget* owner = m_settingUi;
     if (!owner)
         owner = ownerWidget(request.parent);
     on_deleteProgressUi(nullptr);

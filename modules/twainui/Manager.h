@@ -33,6 +33,11 @@
 #include <utility>
 #include <vector>
 
+namespace gb {
+class scanner_cfg;
+}
+class zy_settingdialog;
+
 Q_DECLARE_OPAQUE_POINTER(ZyImage)
 Q_DECLARE_METATYPE(ZyImage)
 
@@ -80,6 +85,16 @@ struct AbnormalImageRequest {
     std::shared_ptr<ZyImage_> image;
 };
 Q_DECLARE_METATYPE(AbnormalImageRequest)
+struct SettingRequest {
+    void* device = nullptr;  // the host's open SANE handle
+    void* parent = nullptr;  // the host's owner handle, only compared on the UI thread
+    _sane_api api{};
+    std::string name;        // UTF-8, the window title
+    bool withScan = false;
+    std::shared_ptr<gb::scanner_cfg> cfg; // one reference to the module's configuration
+    ui_result_callback callback;
+};
+Q_DECLARE_METATYPE(SettingRequest)
 
 class Manager : public QObject
 {
@@ -104,6 +119,15 @@ public:
     // A scan event for the open progress dialog, from any thread; dropped when
     // none is open by the time it arrives.
     void notifyProgress(int code, const void* data, int status);
+    // Takes over one reference to cfg. The host's event wrapper gets the dialog's
+    // scan-event handler at once, on the caller's thread.
+    int showSettingUi(void* device, void* parent, const _sane_api* api, const char* name,
+                      gb::scanner_cfg* cfg, bool with_scan, ui_result_callback callback,
+                      ui_event_callback* notify);
+    // From any thread: a scan has started (true) or ended, with the host's text.
+    void notifySettingUi(const QString& text, bool scanning);
+    // The settings dialog is going: the manager forgets it.
+    void forgetSettingUi(const zy_settingdialog* dialog);
     void closeSettingUi();
     void closeProgressUi();
     void closeMessageBoxUi();
@@ -120,8 +144,9 @@ public:
 signals:
     void init();
     void createDeviceSelect(const DeviceSelectRequest&);
-    void createSettingUi(void*);
     void createProgressUi(const ProgressRequest&);
+    void createSettingUi(const SettingRequest&);
+    void settingScanStatus(const QString& text, bool scanning);
     void createMessageBoxUi(const MessageBoxRequest&);
     void createTwainSrcUi(const TwainSourceRequest&);
     void createSaneSrcUi(const SaneSourceRequest&);
@@ -134,6 +159,9 @@ signals:
 private slots:
     void on_init();
     void on_createMessageBoxUi(const MessageBoxRequest& request);
+    void on_createSettingUi(const SettingRequest& request);
+    void on_settingScanStatus(const QString& text, bool scanning);
+    void on_deleteSettingUi(void*);
     void on_deleteMessageBoxUi(void*);
     void on_createDeviceSelect(const DeviceSelectRequest& request);
     void on_createProgressUi(const ProgressRequest& request);
@@ -161,6 +189,10 @@ private:
     enum class State { Serving, Retired, Deleting };
 
     static void registerRequestTypes();
+    // The host or a new request lets the settings dialog go.
+    void closeSettingUiByHost(bool silently);
+    // A progress dialog owned by owner stays, on its own.
+    void keepProgressUi(const QWidget* owner);
 
     // One scan event of the host's, its text copied while the host's buffer lived,
     // for the progress dialog opened by the request of that generation.
@@ -179,6 +211,7 @@ private:
 
     // Fields only for results that the exports read back (a modal window's choice)
     // and for the open windows; requests carry everything else.
+    zy_settingdialog* m_settingUi = nullptr;
 
     // The open progress dialog; it may also close and delete itself. UI thread only.
     QPointer<Dialog_progress_ui> m_progressUi;

@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr unsigned int kHomeBytes = 4096;
+constexpr unsigned int kBaseDirBytes = 4096;
 constexpr unsigned int kPathBytes = 512;
 constexpr unsigned int kValueBytes = 2048;
-const char kConfigSubDir[] = ".VelmarScan/Cfg/";
+const char kConfigSubDir[] = "Cfg/";
 
 IniFile defaultIni()
 {
@@ -41,14 +41,11 @@ int GetConfigPath(char* buf, unsigned int size)
 {
     if (!buf || size == 0)
         return 3;
-    char home[kHomeBytes];
-    const int err = ZyBase_GetHomeDir(home, sizeof(home));
+    char base[kBaseDirBytes];
+    const int err = ZyBase_GetConfigPath(base, sizeof(base));
     if (err != 0)
         return err;
-    std::string path(home);
-    if (path.empty() || path.back() != '/')
-        path += '/';
-    path += kConfigSubDir;
+    const std::string path = std::string(base) + kConfigSubDir;
     if (size < path.size() + 1)
         return 1;
     std::memcpy(buf, path.c_str(), path.size() + 1);

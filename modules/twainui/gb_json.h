@@ -6,16 +6,19 @@
 
 #include <cjson/cJSON.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace gb {
 
-// Intrusive, non-atomic reference count. Objects start with one reference and
-// are destroyed by the release that drops the count to zero, never by delete.
+// Intrusive reference count. Objects start with one reference and are destroyed
+// by the release that drops the count to zero, never by delete. The count is
+// atomic: a host thread hands the module's configuration to the UI thread.
 class refer
 {
 public:
@@ -31,8 +34,32 @@ protected:
     virtual ~refer();
 
 private:
-    int64_t ref_ = 1;
+    std::atomic<int64_t> ref_{1};
 };
+
+// Gives back the one reference a ref_ptr owns.
+struct releaser
+{
+    template <class T>
+    void operator()(T* obj) const
+    {
+        obj->release();
+    }
+};
+
+// Owns one reference to a gb object: adopts the reference a new object or a
+// "the caller owns" result carries, and releases it when it goes.
+template <class T>
+using ref_ptr = std::unique_ptr<T, releaser>;
+
+// A new reference of its own to obj (null stays null).
+template <class T>
+ref_ptr<T> share(T* obj)
+{
+    if (obj)
+        obj->add_ref();
+    return ref_ptr<T>(obj);
+}
 
 // One parsed JSON tree, addressed by key paths. In a path "/" separates
 // segments and swallows the character after it: "a/xb" names b inside a.
@@ -188,11 +215,11 @@ private:
     bool attach_values(const char* text, std::string* dropped);
 
     std::string scheme_name_;
-    scanner_cfg* scanner_ = nullptr;
+    ref_ptr<scanner_cfg> scanner_;
     std::string file_;
-    json* jsn_ = nullptr;
-    json* bkp_ = nullptr;
-    json* def_val_ = nullptr;
+    ref_ptr<json> jsn_;
+    ref_ptr<json> bkp_;
+    ref_ptr<json> def_val_;
     bool in_setting_ = false;
     std::map<int, std::string> id_name_;
 };
@@ -252,19 +279,18 @@ private:
     struct _cfg_schm
     {
         std::string name;
-        sane_config_schm* schm;
+        ref_ptr<sane_config_schm> schm;
     };
 
     void walk_sibling_schemes(json& doc);
     int current_index() const;
     int index_of(const char* name) const;
-    void release_schemes();
 
     std::string path_;
     std::string scanner_name_;
-    json* global_ = nullptr;
+    ref_ptr<json> global_;
     std::vector<_cfg_schm> schemes_;
-    sane_config_schm* default_schm_ = nullptr;
+    ref_ptr<sane_config_schm> default_schm_;
 };
 
 // Reads a whole regular file of at most 64 MiB; 0 or an error number.

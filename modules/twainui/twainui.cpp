@@ -19,6 +19,7 @@
 //   or else from an exit handler, which can only park the thread where it stands.
 // Everything else crosses threads as copies inside queued signals.
 #include "Manager.h"
+#include "gb_json.h"
 
 #include <veltwainui/twainui.h>
 #include <ZyBase.h>
@@ -35,9 +36,10 @@
 
 namespace {
 
-// Long enough for a UI thread to close its windows, short enough that a host
-// whose UI thread is stuck in a callback still exits.
-constexpr int kExitWaitMs = 3000;
+// Long enough for a UI thread to finish painting and close its windows on a busy
+// machine (it must not run on while the exit handlers tear Qt down), short enough
+// that a host whose UI thread is stuck in a callback still exits.
+constexpr int kExitWaitMs = 10000;
 
 std::mutex g_mutex;
 Manager* g_manager = nullptr;
@@ -48,6 +50,8 @@ ZyEvent g_event = nullptr;
 Qt::HANDLE g_uiThreadId = nullptr;
 // The own UI thread has been told to stop (process exit): nothing starts again.
 bool g_uiStopping = false;
+// The current device's configuration file, handed to the settings dialog.
+gb::scanner_cfg* scanner_cfg_ = nullptr;
 
 void ThreadFunc(void* handOver)
 {
@@ -181,6 +185,17 @@ void retireHostManager(Manager* manager)
                                   Qt::QueuedConnection);
 }
 
+// The configuration for a settings dialog, with a reference for the caller: until
+// a configuration is loaded, an empty one (the default scheme only, no file).
+gb::scanner_cfg* configurationForDialog()
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    if (!scanner_cfg_)
+        scanner_cfg_ = new gb::scanner_cfg();
+    scanner_cfg_->add_ref();
+    return scanner_cfg_;
+}
+
 } // namespace
 
 ManagerAccess::ManagerAccess(Mode mode) : m_lock(g_mutex)
@@ -233,6 +248,20 @@ int show_srclist_ui(const char** manufacturers, const char** libraries, QWidget*
     return manager ? manager->showSaneSrcUi(manufacturers, libraries, parent, dll, api,
                                             manufacturer, manufacturer_size)
                    : 0;
+}
+
+int show_setting_ui(void* device, void* parent, _sane_api* api, const char* device_name,
+                    bool with_scan, std::function<void(ui_result)> on_result,
+                    std::function<void(int, void*, int)>* on_event)
+{
+    gb::scanner_cfg* cfg = configurationForDialog();
+    const ManagerAccess manager(ManagerAccess::Start);
+    if (!manager) {
+        cfg->release();
+        return 0;
+    }
+    return manager->showSettingUi(device, parent, api, device_name, cfg, with_scan,
+                                  std::move(on_result), on_event);
 }
 
 int close_ui(int which)

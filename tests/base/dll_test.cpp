@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-using DllTest = HomeTest;
+using DllTest = veltest::HomeTest;
 
 TEST_F(DllTest, LoadsASystemLibraryAndCallsIntoIt)
 {
@@ -31,7 +31,7 @@ TEST_F(DllTest, MissingAndBrokenLibrariesAreErrors)
     EXPECT_EQ(dll, nullptr);
 
     const std::string text = m_home.dir() + "/libtext.so";
-    writeFile(text, "this is not an ELF file\n");
+    veltest::writeFile(text, "this is not an ELF file\n");
     EXPECT_EQ(ZyBase_CreateDll(text.c_str(), &dll), ENOEXEC);
     EXPECT_EQ(dll, nullptr);
     EXPECT_EQ(ZyBase_CreateDll(m_home.dir().c_str(), &dll), ENOEXEC);

@@ -6,12 +6,15 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <functional>
+#include <list>
 #include <thread>
 #include <vector>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
 // An event that destroys itself.
 class Event
@@ -35,43 +38,37 @@ bool reaches(const std::atomic<int>& counter, int target)
 {
     const auto deadline = Clock::now() + std::chrono::seconds(2);
     while (counter.load() < target && Clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        std::this_thread::sleep_for(milliseconds(1));
     return counter.load() >= target;
 }
 
-struct Waiter
-{
-    ZyEvent event;
-    std::atomic<int>* woken;
-};
-
-void waitAndCount(void* param)
-{
-    auto* const waiter = static_cast<Waiter*>(param);
-    if (ZyBase_WaitEvent(waiter->event, 5000) == 0)
-        ++*waiter->woken;
-}
-
+// Runs bodies on threads of the base library; the bodies must outlive their threads.
 class Threads
 {
 public:
     ~Threads()
     {
-        for (ZyThread thread : m_threads) {
+        for (ZyThread thread : m_joinable) {
             EXPECT_EQ(ZyBase_WaitThread(thread, 5000), 0);
             ZyBase_CloseThread(thread);
         }
     }
 
-    void start(ZyThreadProc proc, void* param)
+    ZyThread start(std::function<void()> body, bool join = true)
     {
+        m_bodies.push_back(std::move(body));
         ZyThread thread = nullptr;
-        ASSERT_EQ(ZyBase_OpenThread(proc, param, &thread), 0);
-        m_threads.push_back(thread);
+        EXPECT_EQ(ZyBase_OpenThread([](void* f) { (*static_cast<std::function<void()>*>(f))(); },
+                                    &m_bodies.back(), &thread),
+                  0);
+        if (join && thread)
+            m_joinable.push_back(thread);
+        return thread;
     }
 
 private:
-    std::vector<ZyThread> m_threads;
+    std::list<std::function<void()>> m_bodies;
+    std::list<ZyThread> m_joinable;
 };
 
 } // namespace
@@ -81,9 +78,8 @@ TEST(EventTest, TimeoutsAndStates)
     Event manual(true, false);
     const auto start = Clock::now();
     EXPECT_EQ(manual.wait(60), ETIMEDOUT);
-    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(60));
+    EXPECT_GE(Clock::now() - start, milliseconds(60));
     EXPECT_EQ(manual.wait(0), ETIMEDOUT);
-
     manual.set();
     EXPECT_EQ(manual.wait(0), 0);
     EXPECT_EQ(manual.wait(ZYBASE_INFINITE), 0);
@@ -99,181 +95,107 @@ TEST(EventTest, TimeoutsAndStates)
     EXPECT_EQ(autoReset.wait(0), ETIMEDOUT);
 }
 
-TEST(EventTest, AutoResetWakesExactlyOneWaiterPerSet)
+// An auto-reset event wakes exactly one waiter per set, a manual one all of them.
+TEST(EventTest, SetWakesOneWaiterOrAll)
 {
-    constexpr int kWaiters = 4;
-    Event event(false, false);
-    std::atomic<int> woken{0};
-    Waiter waiter{event.get(), &woken};
-    Threads threads;
-    for (int i = 0; i < kWaiters; ++i)
-        threads.start(waitAndCount, &waiter);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    for (int round = 1; round <= kWaiters; ++round) {
-        event.set();
-        ASSERT_TRUE(reaches(woken, round));
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        EXPECT_EQ(woken.load(), round);
+    for (const bool manual : {false, true}) {
+        SCOPED_TRACE(manual ? "manual" : "auto");
+        constexpr int kWaiters = 4;
+        Event event(manual, false);
+        std::atomic<int> woken{0};
+        {
+            Threads threads;
+            for (int i = 0; i < kWaiters; ++i)
+                threads.start([&] { woken += event.wait(5000) == 0; });
+            std::this_thread::sleep_for(milliseconds(50));
+            EXPECT_EQ(woken.load(), 0);
+            for (int round = 1; round <= (manual ? 1 : kWaiters); ++round) {
+                event.set();
+                ASSERT_TRUE(reaches(woken, manual ? kWaiters : round));
+                std::this_thread::sleep_for(milliseconds(30));
+                EXPECT_EQ(woken.load(), manual ? kWaiters : round);
+            }
+        }
+        EXPECT_EQ(event.wait(0), manual ? 0 : ETIMEDOUT);
     }
 }
 
-TEST(EventTest, ManualResetWakesEveryWaiter)
+TEST(ThreadTest, WaitTimesOutWhileRunningAndSucceedsAfterwards)
 {
-    constexpr int kWaiters = 5;
-    Event event(true, false);
-    std::atomic<int> woken{0};
-    Waiter waiter{event.get(), &woken};
-    {
-        Threads threads;
-        for (int i = 0; i < kWaiters; ++i)
-            threads.start(waitAndCount, &waiter);
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        EXPECT_EQ(woken.load(), 0);
-        event.set();
-    }
-    EXPECT_EQ(woken.load(), kWaiters);
-    EXPECT_EQ(event.wait(0), 0);
-}
-
-TEST(EventTest, NullHandlesAreRefused)
-{
-    ZyEvent event = nullptr;
-    EXPECT_EQ(ZyBase_CreateEvent(0, 0, nullptr), EINVAL);
-    EXPECT_EQ(ZyBase_SetEvent(event), EINVAL);
-    EXPECT_EQ(ZyBase_ResetEvent(event), EINVAL);
-    EXPECT_EQ(ZyBase_WaitEvent(event, 0), EINVAL);
-    EXPECT_EQ(ZyBase_DestroyEvent(event), EINVAL);
-}
-
-namespace {
-
-struct Gate
-{
-    ZyEvent release;
-    ZyEvent finished;
+    Event release(true, false);
     std::atomic<int> runs{0};
-};
-
-void gatedProc(void* param)
-{
-    auto* const gate = static_cast<Gate*>(param);
-    ZyBase_WaitEvent(gate->release, ZYBASE_INFINITE);
-    ++gate->runs;
-    ZyBase_SetEvent(gate->finished);
-}
-
-class ThreadTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(ZyBase_CreateEvent(1, 0, &m_gate.release), 0);
-        ASSERT_EQ(ZyBase_CreateEvent(1, 0, &m_gate.finished), 0);
-    }
-    void TearDown() override
-    {
-        ZyBase_DestroyEvent(m_gate.release);
-        ZyBase_DestroyEvent(m_gate.finished);
-    }
-
-    Gate m_gate;
-};
-
-} // namespace
-
-TEST_F(ThreadTest, WaitTimesOutWhileRunningAndSucceedsAfterwards)
-{
-    ZyThread thread = nullptr;
-    ASSERT_EQ(ZyBase_OpenThread(gatedProc, &m_gate, &thread), 0);
+    Threads threads;
+    const ZyThread thread = threads.start([&] { release.wait(ZYBASE_INFINITE), ++runs; }, false);
     EXPECT_EQ(ZyBase_WaitThread(thread, 50), ETIMEDOUT);
-    EXPECT_EQ(m_gate.runs.load(), 0);
-    ZyBase_SetEvent(m_gate.release);
+    EXPECT_EQ(runs.load(), 0);
+    release.set();
     EXPECT_EQ(ZyBase_WaitThread(thread, ZYBASE_INFINITE), 0);
-    EXPECT_EQ(m_gate.runs.load(), 1);
+    EXPECT_EQ(runs.load(), 1);
     EXPECT_EQ(ZyBase_WaitThread(thread, 0), 0);
     EXPECT_EQ(ZyBase_CloseThread(thread), 0);
 }
 
-TEST_F(ThreadTest, ClosingTheHandleLetsARunningThreadFinish)
+TEST(ThreadTest, ClosingTheHandleLetsARunningThreadFinish)
 {
+    Event release(true, false);
+    Event finished(true, false);
+    std::atomic<int> runs{0};
     // Should closing wait for the thread, this opens the gate late instead of never.
-    std::thread safetyNet([this] {
-        ZyBase_WaitEvent(m_gate.release, 2000);
-        ZyBase_SetEvent(m_gate.release);
-    });
-    ZyThread thread = nullptr;
-    ASSERT_EQ(ZyBase_OpenThread(gatedProc, &m_gate, &thread), 0);
+    std::thread safetyNet([&] { release.wait(2000), release.set(); });
+    Threads threads;
+    const ZyThread thread = threads.start([&] { release.wait(ZYBASE_INFINITE), ++runs, finished.set(); }, false);
     const auto start = Clock::now();
     EXPECT_EQ(ZyBase_CloseThread(thread), 0);
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
-    EXPECT_EQ(m_gate.runs.load(), 0);
-    ZyBase_SetEvent(m_gate.release);
+    EXPECT_EQ(runs.load(), 0);
+    release.set();
     safetyNet.join();
-    EXPECT_EQ(ZyBase_WaitEvent(m_gate.finished, 5000), 0);
-    EXPECT_EQ(m_gate.runs.load(), 1);
+    EXPECT_EQ(finished.wait(5000), 0);
+    EXPECT_EQ(runs.load(), 1);
 }
 
-TEST_F(ThreadTest, ClosingAfterTheThreadEndedIsFine)
+TEST(ThreadTest, AThreadMayCloseItsOwnHandle)
 {
-    ZyBase_SetEvent(m_gate.release);
-    ZyThread thread = nullptr;
-    ASSERT_EQ(ZyBase_OpenThread(gatedProc, &m_gate, &thread), 0);
-    ASSERT_EQ(ZyBase_WaitEvent(m_gate.finished, 5000), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(ZyBase_CloseThread(thread), 0);
-}
-
-namespace {
-
-struct SelfClose
-{
+    Event done(true, false);
     std::atomic<ZyThread> handle{nullptr};
-    ZyEvent done = nullptr;
     int waitResult = -1;
     int closeResult = -1;
-};
-
-void closeOwnHandle(void* param)
-{
-    auto* const self = static_cast<SelfClose*>(param);
-    while (!self->handle.load())
-        std::this_thread::yield();
-    self->waitResult = ZyBase_WaitThread(self->handle.load(), 0);
-    self->closeResult = ZyBase_CloseThread(self->handle.load());
-    ZyBase_SetEvent(self->done);
+    Threads threads;
+    handle = threads.start(
+        [&] {
+            while (!handle.load())
+                std::this_thread::yield();
+            waitResult = ZyBase_WaitThread(handle.load(), 0);
+            closeResult = ZyBase_CloseThread(handle.load());
+            done.set();
+        },
+        false);
+    ASSERT_EQ(done.wait(5000), 0);
+    EXPECT_EQ(waitResult, EDEADLK);
+    EXPECT_EQ(closeResult, 0);
 }
 
-std::atomic<int> g_shortRuns{0};
-
-} // namespace
-
-TEST_F(ThreadTest, AThreadMayCloseItsOwnHandle)
+TEST(ThreadTest, ManyShortThreadsClosedAtOnce)
 {
-    SelfClose self;
-    self.done = m_gate.finished;
-    ZyThread thread = nullptr;
-    ASSERT_EQ(ZyBase_OpenThread(closeOwnHandle, &self, &thread), 0);
-    self.handle.store(thread);
-    ASSERT_EQ(ZyBase_WaitEvent(self.done, 5000), 0);
-    EXPECT_EQ(self.waitResult, EDEADLK);
-    EXPECT_EQ(self.closeResult, 0);
-}
-
-TEST(ThreadCloseTest, ManyShortThreadsClosedAtOnce)
-{
+    static std::atomic<int> runs{0};
     constexpr int kThreads = 50;
-    std::vector<ZyThread> threads(kThreads);
-    for (ZyThread& thread : threads)
-        ASSERT_EQ(ZyBase_OpenThread([](void*) { ++g_shortRuns; }, nullptr, &thread), 0);
-    for (ZyThread thread : threads)
+    std::vector<ZyThread> handles(kThreads);
+    for (ZyThread& thread : handles)
+        ASSERT_EQ(ZyBase_OpenThread([](void*) { ++runs; }, nullptr, &thread), 0);
+    for (ZyThread thread : handles)
         EXPECT_EQ(ZyBase_CloseThread(thread), 0);
-    EXPECT_TRUE(reaches(g_shortRuns, kThreads));
-    EXPECT_EQ(g_shortRuns.load(), kThreads);
+    EXPECT_TRUE(reaches(runs, kThreads));
+    EXPECT_EQ(runs.load(), kThreads);
 }
 
-TEST(ThreadArgumentsTest, NullsAreRefused)
+TEST(SyncArgumentsTest, NullsAreRefused)
 {
     ZyThread thread = nullptr;
+    EXPECT_EQ(ZyBase_CreateEvent(0, 0, nullptr), EINVAL);
+    EXPECT_EQ(ZyBase_SetEvent(nullptr), EINVAL);
+    EXPECT_EQ(ZyBase_ResetEvent(nullptr), EINVAL);
+    EXPECT_EQ(ZyBase_WaitEvent(nullptr, 0), EINVAL);
+    EXPECT_EQ(ZyBase_DestroyEvent(nullptr), EINVAL);
     EXPECT_EQ(ZyBase_OpenThread(nullptr, nullptr, &thread), EINVAL);
     EXPECT_EQ(thread, nullptr);
     EXPECT_EQ(ZyBase_OpenThread([](void*) {}, nullptr, nullptr), EINVAL);

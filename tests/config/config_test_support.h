@@ -1,20 +1,23 @@
 // Helpers shared by the configuration tests: ownership of reference-counted
-// objects and a private temporary directory per test.
+// objects, the values of a scheme, and private directories.
 #ifndef CONFIG_TEST_SUPPORT_H
 #define CONFIG_TEST_SUPPORT_H
 
 #include "gb_json.h"
 #include "temp_dir.h"
 
-#include <cstdlib>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace cfgtest {
+
+using veltest::readFile;
+using veltest::TempDir;
+using veltest::writeFile;
 
 struct Releaser
 {
@@ -22,8 +25,6 @@ struct Releaser
 };
 template <class T>
 using Ref = std::unique_ptr<T, Releaser>;
-
-using TempDir = veltest::TempDir;
 
 // Every member of a scheme's values, name to decoded bytes.
 inline std::map<std::string, std::string> allConfigs(gb::sane_config_schm& s)
@@ -34,6 +35,26 @@ inline std::map<std::string, std::string> allConfigs(gb::sane_config_schm& s)
     for (bool more = s.first_config(name, value); more; more = s.next_config(name, value))
         all[name] = value;
     return all;
+}
+
+// The user schemes of a configuration, without the translated default in front.
+inline std::vector<std::string> userSchemes(const gb::scanner_cfg& cfg)
+{
+    std::vector<std::string> all;
+    cfg.get_all_schemes(all);
+    all.erase(all.begin());
+    return all;
+}
+
+// The bytes of a 32-bit option value.
+inline std::string word(int32_t value)
+{
+    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+inline std::string base64Of(const std::string& text)
+{
+    return gb::base64().encode(text.data(), text.size());
 }
 
 // Runs the scope with the working directory set to dir.
@@ -53,22 +74,6 @@ public:
 private:
     std::filesystem::path m_old;
 };
-
-inline std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void writeFile(const std::string& path, const std::string& content)
-{
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-inline bool exists(const std::string& path)
-{
-    return std::filesystem::exists(path);
-}
 
 } // namespace cfgtest
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ using cfgtest::Ref;
 using Config = gb::scanner_cfg;
 using Scheme = gb::sane_config_schm;
 using cfgtest::allConfigs;
+using cfgtest::base64Of;
+using cfgtest::word;
 
 namespace {
 
@@ -80,11 +83,6 @@ cJSON* deviceRecord(int curSel, const std::vector<OldScheme>& schemes, Form form
     return deviceRecord(head, schemes, form);
 }
 
-std::string base64Of(const std::string& text)
-{
-    return gb::base64().encode(text.data(), text.size());
-}
-
 // Takes the records over.
 void writeOldFile(const std::string& path, const std::vector<std::pair<std::string, cJSON*>>& devices)
 {
@@ -115,11 +113,6 @@ void transNumber(const char* name, std::string& value, void*)
     value.assign(reinterpret_cast<const char*>(&number), sizeof(number));
 }
 
-std::string word(int32_t value)
-{
-    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
 class Converter : public ::testing::Test
 {
 protected:
@@ -132,18 +125,10 @@ protected:
     Ref<Config> converted(const std::string& device)
     {
         const std::string path = m_dir.file(device + ".cfg");
-        EXPECT_TRUE(cfgtest::exists(path)) << device;
+        EXPECT_TRUE(std::filesystem::exists(path)) << device;
         Ref<Config> cfg(new Config);
         cfg->load_file(path.c_str());
         return cfg;
-    }
-
-    std::vector<std::string> schemeNames(Config& cfg)
-    {
-        std::vector<std::string> all;
-        cfg.get_all_schemes(all);
-        all.erase(all.begin());
-        return all;
     }
 
     std::map<std::string, std::string> values(Config& cfg, const char* scheme)
@@ -152,11 +137,7 @@ protected:
         return s ? allConfigs(*s) : std::map<std::string, std::string>();
     }
 
-    size_t fileCount() const
-    {
-        return size_t(std::distance(std::filesystem::directory_iterator(m_dir.path()),
-                                    std::filesystem::directory_iterator()));
-    }
+    size_t fileCount() const { return veltest::entries(m_dir.path()).size(); }
 
     cfgtest::TempDir m_dir;
     std::string m_old = m_dir.file("scanner.schm");
@@ -194,14 +175,23 @@ TEST_F(Converter, ConvertsBothFormsOfOldRecords)
         {"威马扫描仪—G8120",
          deviceRecord(-1, {{"Mixed", {{"分辨率", "150", ""}, {"Unknown", "1", ""}}}}, Form::Text)},
         {"Custom Scanner X", deviceRecord(0, {{"Only", {{"颜色模式", "Color", ""}}}}, Form::Nested)},
+        // A scheme record without options ends the list.
+        {"Plain", deviceRecord(2, {{"A", {{"分辨率", "100", ""}}}, {"B", {}, false}, {"C", {}}}, Form::Text)},
+        // Titles never leave the directory.
+        {"../escape/up", deviceRecord(0, {{"A", {}}}, Form::Nested)},
+        {"中晶 without marker", deviceRecord(0, {{"B", {}}}, Form::Nested)},
     });
     const std::string original = cfgtest::readFile(m_old);
 
     ASSERT_EQ(convert(), 0);
-    EXPECT_EQ(m_titleCalls, 7);
+    EXPECT_EQ(m_titleCalls, 8);
+    EXPECT_EQ(veltest::entries(m_dir.path()),
+              (std::set<std::string>{"gamma.bin", "scanner.schm_bk", "ZYTRASCAN G72S.cfg", "Korrin K6 - 6999.cfg",
+                                     "VELMARSCAN V81S.cfg", "Custom Scanner X.cfg", "Plain.cfg",
+                                     ".._escape_up.cfg", "中晶 without marker.cfg"}));
 
     auto zy = converted("ZYTRASCAN G72S");
-    EXPECT_EQ(schemeNames(*zy), (std::vector<std::string>{"Office", "Photo"}));
+    EXPECT_EQ(cfgtest::userSchemes(*zy), (std::vector<std::string>{"Office", "Photo"}));
     EXPECT_EQ(zy->get_current_scheme_name(), "Photo");
     EXPECT_EQ(values(*zy, "Office"), (std::map<std::string, std::string>{{"resolution", word(300)}}));
     EXPECT_EQ(values(*zy, "Photo"), (std::map<std::string, std::string>{
@@ -215,70 +205,42 @@ TEST_F(Converter, ConvertsBothFormsOfOldRecords)
     EXPECT_EQ(vel->get_current_scheme_name(), Config::user_default_scheme_name());
     EXPECT_EQ(values(*vel, "Mixed"), (std::map<std::string, std::string>{{"resolution", word(150)}}));
 
-    auto custom = converted("Custom Scanner X");
-    EXPECT_EQ(custom->get_current_scheme_name(), "Only");
+    EXPECT_EQ(converted("Custom Scanner X")->get_current_scheme_name(), "Only");
+    auto plain = converted("Plain");
+    EXPECT_EQ(cfgtest::userSchemes(*plain), (std::vector<std::string>{"A"}));
+    EXPECT_EQ(plain->get_current_scheme_name(), Config::user_default_scheme_name());
 
     // The old file is kept aside, and the conversion does not run again.
-    EXPECT_FALSE(cfgtest::exists(m_old));
+    EXPECT_FALSE(std::filesystem::exists(m_old));
     EXPECT_EQ(cfgtest::readFile(m_old + "_bk"), original);
     EXPECT_EQ(convert(), ENOENT);
 }
 
-TEST_F(Converter, SchemeRecordWithoutOptionsEndsTheList)
+// Old files not in the expected form stop the conversion with nothing written.
+TEST_F(Converter, MalformedOldFilesStopWithNothingWritten)
 {
-    writeOldFile(m_old, {{"Plain",
-                          deviceRecord(2,
-                                       {{"A", {{"分辨率", "100", ""}}},
-                                        {"B", {}, false},
-                                        {"C", {{"分辨率", "200", ""}}}},
-                                       Form::Text)}});
-    ASSERT_EQ(convert(), 0);
-    auto cfg = converted("Plain");
-    EXPECT_EQ(schemeNames(*cfg), (std::vector<std::string>{"A"}));
-    EXPECT_EQ(cfg->get_current_scheme_name(), Config::user_default_scheme_name());
-}
-
-TEST_F(Converter, MissingSelectionStopsWithNothingWritten)
-{
+    std::vector<std::string> texts = {"@@@@", base64Of("not json"), base64Of("[1,2]"),
+                                      base64Of(std::string(5000, '{'))};
+    const auto add = [&](const std::vector<std::pair<std::string, cJSON*>>& devices) {
+        writeOldFile(m_old, devices);
+        texts.push_back(veltest::readFile(m_old));
+    };
     for (Form form : {Form::Nested, Form::Text}) {
-        cJSON* head = cJSON_CreateObject();
+        cJSON* head = cJSON_CreateObject(); // no selection
         cJSON_AddStringToObject(head, "other", "x");
-        writeOldFile(m_old, {{"Good", deviceRecord(0, {{"A", {}}}, form)},
-                             {"Bad", deviceRecord(head, {{"B", {}}}, form)}});
-        EXPECT_EQ(convert(), 22);
-        EXPECT_TRUE(cfgtest::exists(m_old));
-        EXPECT_EQ(fileCount(), 1u);
+        add({{"Good", deviceRecord(0, {{"A", {}}}, form)}, {"Bad", deviceRecord(head, {{"B", {}}}, form)}});
     }
-}
-
-TEST_F(Converter, UnparsableElementStopsWithNothingWritten)
-{
     cJSON* list = cJSON_CreateArray();
     cJSON_AddItemToArray(list, cJSON_CreateString(R"({"cur_sel":0})"));
     cJSON_AddItemToArray(list, cJSON_CreateString(R"({"scheme":"A","opts":[)"));
-    writeOldFile(m_old, {{"Broken", list}});
-    EXPECT_EQ(convert(), 22);
+    add({{"Broken", list}});
+    add({{"Empty", cJSON_CreateArray()}});
+    add({{"NotJson", cJSON_CreateString("[[[")}});
 
-    writeOldFile(m_old, {{"Empty", cJSON_CreateArray()}});
-    EXPECT_EQ(convert(), 22);
-    writeOldFile(m_old, {{"NotJson", cJSON_CreateString("[[[")}});
-    EXPECT_EQ(convert(), 22);
-
-    for (const std::string& text : {std::string("@@@@"), base64Of("not json"), base64Of("[1,2]"),
-                                   base64Of(std::string(5000, '{'))}) {
+    for (const std::string& text : texts) {
         cfgtest::writeFile(m_old, text);
         EXPECT_EQ(convert(), 22) << text.substr(0, 20);
+        EXPECT_TRUE(std::filesystem::exists(m_old));
+        EXPECT_EQ(fileCount(), 1u);
     }
-    EXPECT_TRUE(cfgtest::exists(m_old));
-    EXPECT_EQ(fileCount(), 1u);
-}
-
-TEST_F(Converter, TitlesNeverLeaveTheDirectory)
-{
-    writeOldFile(m_old, {{"../escape/up", deviceRecord(0, {{"A", {}}}, Form::Nested)},
-                         {"中晶 without marker", deviceRecord(0, {{"B", {}}}, Form::Nested)}});
-    ASSERT_EQ(convert(), 0);
-    EXPECT_TRUE(cfgtest::exists(m_dir.file(".._escape_up.cfg")));
-    EXPECT_TRUE(cfgtest::exists(m_dir.file("中晶 without marker.cfg")));
-    EXPECT_EQ(fileCount(), 3u); // the two files and the renamed old one
 }

@@ -4,13 +4,11 @@
 #include "app_cfg.h"
 #include "ZyUIGlobal.h"
 #include "config_test_support.h"
+#include "temp_home.h"
 
 #include <ZyBase.h>
 
 #include <gtest/gtest.h>
-
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <functional>
@@ -18,68 +16,33 @@
 #include <vector>
 
 namespace fs = std::filesystem;
+using cfgtest::base64Of;
 using cfgtest::readFile;
 using cfgtest::Ref;
 
 namespace {
 
-// The configuration directory of the row's home: config.ini lives here,
+// A home of the row's own: config.ini lives in its configuration directory,
 // default.ini, the device files and scanner.schm in Cfg/.
-class RowHome
+class RowHome : public veltest::TempHome
 {
 public:
-    RowHome()
-    {
-        char saved[4096];
-        if (ZyBase_GetHomeDir(saved, sizeof(saved)) == 0)
-            m_saved = saved;
-        ZyBase_SetHomeDir(m_home.path().c_str());
-        fs::create_directories(dir() + "Cfg");
-    }
-    ~RowHome() { ZyBase_SetHomeDir(m_saved.empty() ? nullptr : m_saved.c_str()); }
-
-    std::string dir() const { return m_home.path() + "/.VelmarScan/"; }
-
-private:
-    cfgtest::TempDir m_home;
-    std::string m_saved;
+    RowHome() { fs::create_directories(configDir() + "Cfg"); }
 };
 
 std::string schemeNames(const char* file)
 {
     Ref<gb::scanner_cfg> cfg(new gb::scanner_cfg);
     cfg->load_file(file);
-    std::vector<std::string> names;
-    cfg->get_all_schemes(names);
     std::string all;
-    for (size_t i = 1; i < names.size(); ++i)
-        all += names[i] + ";";
+    for (const std::string& name : cfgtest::userSchemes(*cfg))
+        all += name + ";";
     return all;
-}
-
-std::string base64Of(const std::string& text)
-{
-    return gb::base64().encode(text.data(), text.size());
 }
 
 const char* sameTitle(const char* title, void*)
 {
     return title;
-}
-
-// Makes the next write past limit bytes fail with EFBIG.
-template <class Write>
-void withFileSizeLimit(rlim_t limit, Write write)
-{
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    rlimit limited = saved;
-    limited.rlim_cur = limit;
-    setrlimit(RLIMIT_FSIZE, &limited);
-    write();
-    setrlimit(RLIMIT_FSIZE, &saved);
-    signal(SIGXFSZ, handler);
 }
 
 struct HostileFile
@@ -129,7 +92,7 @@ const std::vector<HostileFile> kHostileFiles = {
      "top,lower,upper|[General]\nk=top\n\n[%general]\nk=lower\n\n[%GENERAL]\nk=upper\n"},
     {"a failed write leaves the file and what is read", "config.ini", kPadding + "[ui]\nk=old\n",
      [](const std::string& path) {
-         withFileSizeLimit(4096, [] { saveCfgValue("ui", "k", QString("new")); });
+         veltest::withFileSizeLimit(4096, [] { saveCfgValue("ui", "k", QString("new")); });
          return getCfgValue("ui", "k", QString()).toStdString() + "|" +
              std::to_string(readFile(path) == kPadding + "[ui]\nk=old\n");
      },
@@ -191,7 +154,7 @@ TEST(HostileFiles, NothingBreaksAndEachReadsAsItShould)
 {
     for (const HostileFile& row : kHostileFiles) {
         RowHome home;
-        const std::string path = home.dir() + row.file;
+        const std::string path = home.configDir() + row.file;
         cfgtest::writeFile(path, row.content);
         EXPECT_EQ(row.operation(path), row.expected) << row.what;
     }
@@ -201,9 +164,9 @@ TEST(HostileFiles, AtomicWritesFitEveryLegalName)
 {
     RowHome home;
     for (const size_t length : {244u, 255u}) {
-        const std::string path = home.dir() + std::string(length, 'n');
+        const std::string path = home.configDir() + std::string(length, 'n');
         EXPECT_EQ(ZyBase_WriteFileAtomic(path.c_str(), "data", 4), 0) << length;
         EXPECT_EQ(readFile(path), "data") << length;
     }
-    EXPECT_EQ(ZyBase_SetProfileString((home.dir() + std::string(252, 'i')).c_str(), "s", "k", "v"), 0);
+    EXPECT_EQ(ZyBase_SetProfileString((home.configDir() + std::string(252, 'i')).c_str(), "s", "k", "v"), 0);
 }

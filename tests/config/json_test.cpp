@@ -16,16 +16,6 @@ Ref<gb::json> doc(const char* text)
     return Ref<gb::json>(new gb::json(text));
 }
 
-std::vector<std::string> walkNames(gb::json& d)
-{
-    std::vector<std::string> names;
-    std::string value;
-    std::string name;
-    for (bool more = d.first_child(value, &name); more; more = d.next_child(value, &name))
-        names.push_back(name);
-    return names;
-}
-
 } // namespace
 
 TEST(JsonDocument, ParsesPrintsAndCounts)
@@ -40,144 +30,107 @@ TEST(JsonDocument, ParsesPrintsAndCounts)
     EXPECT_EQ(d->count(), 0);
     EXPECT_EQ(d->to_string(false), "");
     EXPECT_FALSE(d->attach_text(nullptr));
-
     EXPECT_TRUE(d->attach_text("[1,2,3]"));
     EXPECT_EQ(d->count(), 3);
     EXPECT_FALSE(d->is_object());
 }
 
-TEST(JsonDocument, TypedGettersCheckTheNodeType)
+TEST(JsonDocument, ReadsCheckTheNodeType)
 {
-    auto d = doc(R"({"t":true,"n":7,"f":2.5,"s":"text","o":{"k":1}})");
+    auto d = doc(R"({"t":true,"f":false,"n":7,"x":2.5,"s":"text","z":null,"o":{"a":[1]}})");
     bool b = false;
-    int i = 0;
     double f = 0;
-    std::string s;
-    EXPECT_TRUE(d->get_value("t", b));
-    EXPECT_TRUE(b);
-    EXPECT_TRUE(d->get_value("n", i));
-    EXPECT_EQ(i, 7);
-    EXPECT_TRUE(d->get_value("f", f));
+    EXPECT_TRUE(d->get_value("t", b) && b);
+    EXPECT_TRUE(d->get_value("x", f));
     EXPECT_DOUBLE_EQ(f, 2.5);
-    EXPECT_TRUE(d->get_value("s", s));
-    EXPECT_EQ(s, "text");
 
     // Wrong type or missing key: false, output untouched.
-    i = 42;
-    s = "keep";
+    int i = 42;
+    std::string s = "keep";
     EXPECT_FALSE(d->get_value("s", i));
     EXPECT_FALSE(d->get_value("n", s));
     EXPECT_FALSE(d->get_value("missing", i));
     EXPECT_FALSE(d->get_value("", i));
     EXPECT_FALSE(d->get_value(nullptr, i));
+    EXPECT_FALSE(d->get_value_as_string("nope", s, true));
     EXPECT_EQ(i, 42);
     EXPECT_EQ(s, "keep");
-}
+    EXPECT_TRUE(d->get_value("s", s) && s == "text");
 
-TEST(JsonDocument, NodeTextFollowsTheNodeType)
-{
-    auto d = doc(R"({"n":3,"t":true,"f":false,"z":null,"s":"hi","o":{"a":[1]}})");
-    std::string text;
-    EXPECT_TRUE(d->get_value_as_string("n", text, false));
-    EXPECT_EQ(text, "3.000000");
-    EXPECT_TRUE(d->get_value_as_string("n", text, true));
-    EXPECT_EQ(text, "3");
-    d->get_value_as_string("t", text, false);
-    EXPECT_EQ(text, "true");
-    d->get_value_as_string("f", text, false);
-    EXPECT_EQ(text, "false");
-    d->get_value_as_string("z", text, false);
-    EXPECT_EQ(text, "null");
-    d->get_value_as_string("s", text, true);
-    EXPECT_EQ(text, "hi");
-    d->get_value_as_string("o", text, true);
-    EXPECT_EQ(text, R"({"a":[1]})");
-    EXPECT_FALSE(d->get_value_as_string("nope", text, true));
-    EXPECT_EQ(text, R"({"a":[1]})");
+    const struct {
+        const char* key;
+        bool integer;
+        const char* text;
+    } rows[] = {{"n", false, "7.000000"}, {"n", true, "7"},     {"t", false, "true"},
+                {"f", false, "false"},    {"z", false, "null"}, {"s", true, "text"},
+                {"o", true, R"({"a":[1]})"}};
+    for (const auto& row : rows) {
+        EXPECT_TRUE(d->get_value_as_string(row.key, s, row.integer)) << row.key;
+        EXPECT_EQ(s, row.text) << row.key;
+    }
 }
 
 TEST(JsonDocument, DoubleWriteKeepsTheIntPart)
 {
     auto d = doc("{}");
-    ASSERT_TRUE(d->set_value("k", 1.5));
     int i = -1;
     double f = 0;
-    EXPECT_TRUE(d->get_value("k", i));
-    EXPECT_EQ(i, 0);
-    EXPECT_TRUE(d->get_value("k", f));
-    EXPECT_DOUBLE_EQ(f, 1.5);
-
+    ASSERT_TRUE(d->set_value("k", 1.5));
+    EXPECT_TRUE(d->get_value("k", i) && i == 0);
+    EXPECT_TRUE(d->get_value("k", f) && f == 1.5);
     ASSERT_TRUE(d->set_value("k", 7));
     ASSERT_TRUE(d->set_value("k", 2.25));
-    EXPECT_TRUE(d->get_value("k", i));
-    EXPECT_EQ(i, 7);
+    EXPECT_TRUE(d->get_value("k", i) && i == 7);
 
     // A string member turned into a number starts with the int part 0 too.
     ASSERT_TRUE(d->set_value("s", "text"));
     ASSERT_TRUE(d->set_value("s", 3.5));
-    EXPECT_TRUE(d->get_value("s", i));
-    EXPECT_EQ(i, 0);
-    std::string s;
-    EXPECT_FALSE(d->get_value("s", s));
-
+    EXPECT_TRUE(d->get_value("s", i) && i == 0);
     ASSERT_TRUE(d->set_value("s", true));
-    bool b = false;
-    EXPECT_TRUE(d->get_value("s", b));
-    EXPECT_TRUE(b);
     EXPECT_EQ(d->to_string(false), R"({"k":2.25,"s":true})");
 }
 
 TEST(JsonDocument, SeparatorSwallowsTheFollowingCharacter)
 {
     auto d = doc(R"({"x":{"z":1,"yz":2},"a":5})");
-    int i = 0;
-    EXPECT_TRUE(d->get_value("x/yz", i));
-    EXPECT_EQ(i, 1);
-    // "a/b" drops b with the separator: it names a.
-    EXPECT_TRUE(d->get_value("a/b", i));
-    EXPECT_EQ(i, 5);
-    // "x//z": the second "/" is swallowed, z remains.
-    EXPECT_TRUE(d->get_value("x//z", i));
-    EXPECT_EQ(i, 1);
+    const std::pair<const char*, int> rows[] = {{"x/yz", 1}, {"a/b", 5}, {"x//z", 1}};
+    for (const auto& [path, expected] : rows) {
+        int i = 0;
+        EXPECT_TRUE(d->get_value(path, i) && i == expected) << path;
+    }
+    EXPECT_FALSE(d->set_value("a/xm", 2)) << "scalars have no members";
 
     auto made = doc(nullptr);
     ASSERT_TRUE(made->set_value("a/xb/yc", 5));
     EXPECT_EQ(made->to_string(false), R"({"a":{"b":{"c":5}}})");
-    EXPECT_TRUE(made->is_object());
 }
 
-TEST(JsonDocument, ScalarsHaveNoMembers)
+TEST(JsonDocument, SettingADocumentMovesItAndDropsTheMembersAfter)
 {
-    auto d = doc(R"({"n":1})");
-    EXPECT_FALSE(d->set_value("n/xm", 2));
-    EXPECT_EQ(d->to_string(false), R"({"n":1})");
-}
-
-TEST(JsonDocument, ReplacingAMemberWithADocumentDropsTheMembersAfterIt)
-{
-    auto d = doc(R"({"a":1,"b":2,"c":3})");
-    auto val = doc(R"({"new":true})");
-    ASSERT_TRUE(d->set_value("a", val.get()));
-    EXPECT_EQ(d->to_string(false), R"({"a":{"new":true}})");
-    EXPECT_EQ(val->count(), 0);
-    EXPECT_EQ(val->to_string(false), "");
-
-    // Replacing the last member keeps the earlier ones, and the list stays
-    // usable for appends.
-    auto d2 = doc(R"({"a":1,"b":2,"c":3})");
-    auto val2 = doc("[1]");
-    ASSERT_TRUE(d2->set_value("b", val2.get()));
-    ASSERT_TRUE(d2->set_value("d", 4));
-    EXPECT_EQ(d2->to_string(false), R"({"a":1,"b":[1],"d":4})");
-
-    // A new member is named with the whole key text.
-    auto d3 = doc("{}");
-    auto val3 = doc("{}");
-    ASSERT_TRUE(d3->set_value("p/xq", val3.get()));
-    EXPECT_EQ(d3->to_string(false), R"({"p":{"p/xq":{}}})");
-
-    EXPECT_FALSE(d3->set_value("k", d3.get()));
-    EXPECT_FALSE(d3->set_value("k", val3.get())); // now empty
+    const struct {
+        const char* start;
+        const char* key;
+        const char* value;
+        const char* result;
+    } rows[] = {
+        {R"({"a":1,"b":2,"c":3})", "a", R"({"new":true})", R"({"a":{"new":true}})"},
+        {R"({"a":1,"b":2,"c":3})", "b", "[1]", R"({"a":1,"b":[1]})"},
+        // A new member is named with the whole key text.
+        {"{}", "p/xq", "{}", R"({"p":{"p/xq":{}}})"},
+        {"[1]", nullptr, R"({"m":1})", R"([1,{"m":1}])"},
+    };
+    for (const auto& row : rows) {
+        auto d = doc(row.start);
+        auto val = doc(row.value);
+        ASSERT_TRUE(d->set_value(row.key, val.get())) << row.start;
+        EXPECT_EQ(d->to_string(false), row.result);
+        EXPECT_EQ(val->count(), 0);
+        EXPECT_FALSE(d->set_value("k", val.get())) << "an emptied document moves nothing";
+        EXPECT_FALSE(d->set_value("k", d.get()));
+        // The list stays usable for appends.
+        if (d->is_object())
+            EXPECT_TRUE(d->set_value("d", 4));
+    }
 }
 
 TEST(JsonDocument, NullKeyAppendsOnlyToArrays)
@@ -190,11 +143,7 @@ TEST(JsonDocument, NullKeyAppendsOnlyToArrays)
     EXPECT_TRUE(arr->set_value(nullptr, 5));
     EXPECT_TRUE(arr->set_value(nullptr, "s"));
     EXPECT_TRUE(arr->set_value(nullptr, false));
-    auto moved = doc(R"({"m":1})");
-    EXPECT_TRUE(arr->set_value(nullptr, moved.get()));
-    EXPECT_EQ(arr->to_string(false), R"([1,5,"s",false,{"m":1}])");
-    EXPECT_EQ(moved->count(), 0);
-
+    EXPECT_EQ(arr->to_string(false), R"([1,5,"s",false])");
     // An emptied array document gets a new array root.
     ASSERT_TRUE(arr->create_empty(true));
     arr->clear();
@@ -205,77 +154,56 @@ TEST(JsonDocument, NullKeyAppendsOnlyToArrays)
 TEST(JsonDocument, WalkReportsTextsAndNames)
 {
     auto d = doc(R"({"a":2,"b":"x","c":{"d":1}})");
+    std::vector<std::string> seen;
     std::string value;
     std::string name;
-    ASSERT_TRUE(d->first_child(value, &name));
-    EXPECT_EQ(name, "a");
-    EXPECT_EQ(value, "2.000000");
-    ASSERT_TRUE(d->next_child(value, &name));
-    EXPECT_EQ(value, "x");
-    ASSERT_TRUE(d->next_child(value, &name));
-    EXPECT_EQ(name, "c");
-    EXPECT_EQ(value, R"({"d":1})");
-    EXPECT_FALSE(d->next_child(value, &name));
+    for (bool more = d->first_child(value, &name); more; more = d->next_child(value, &name))
+        seen.push_back(name + "=" + value);
+    EXPECT_EQ(seen, (std::vector<std::string>{"a=2.000000", "b=x", R"(c={"d":1})"}));
     EXPECT_EQ(value, "");
     EXPECT_FALSE(d->next_child(value));
-
-    auto empty = doc(nullptr);
     value = "x";
-    EXPECT_FALSE(empty->first_child(value));
+    EXPECT_FALSE(doc(nullptr)->first_child(value));
     EXPECT_EQ(value, "");
 }
 
-TEST(JsonDocument, RemoveKeepsAWalkGoing)
+// Removal keeps a walk going; a replacement that drops the current member ends it.
+TEST(JsonDocument, WalkSurvivesRemoval)
 {
-    auto d = doc(R"({"a":1,"b":2,"c":3,"d":4})");
-    std::string value;
-    std::string name;
-    // The current member is the first one.
-    ASSERT_TRUE(d->first_child(value, &name));
-    ASSERT_TRUE(d->remove("a"));
-    ASSERT_TRUE(d->next_child(value, &name));
-    EXPECT_EQ(name, "b");
-    // The current member is in the middle.
-    ASSERT_TRUE(d->next_child(value, &name));
-    EXPECT_EQ(name, "c");
-    ASSERT_TRUE(d->remove("c"));
-    ASSERT_TRUE(d->next_child(value, &name));
-    EXPECT_EQ(name, "d");
-    EXPECT_EQ(d->to_string(false), R"({"b":2,"d":4})");
-
-    // Removing every member as it comes.
-    auto all = doc(R"({"a":1,"b":2,"c":3})");
-    std::vector<std::string> seen;
-    for (bool more = all->first_child(value, &name); more; more = all->next_child(value, &name)) {
-        seen.push_back(name);
-        EXPECT_TRUE(all->remove(name.c_str()));
+    const struct {
+        std::vector<const char*> removeAfter[4]; // removed after the nth member was reported
+        const char* seen;
+        const char* left;
+    } rows[] = {
+        {{{"a"}, {}, {"c"}, {}}, "a b c d ", R"({"b":2,"d":4})"},
+        {{{"a"}, {"b"}, {"c"}, {"d"}}, "a b c d ", "{}"},
+        {{{"a", "b"}, {}, {}, {}}, "a c d ", R"({"c":3,"d":4})"},
+    };
+    for (const auto& row : rows) {
+        auto d = doc(R"({"a":1,"b":2,"c":3,"d":4})");
+        std::string seen;
+        std::string value;
+        std::string name;
+        int step = 0;
+        for (bool more = d->first_child(value, &name); more; more = d->next_child(value, &name)) {
+            seen += name + " ";
+            ASSERT_LT(step, 4);
+            for (const char* key : row.removeAfter[step++])
+                EXPECT_TRUE(d->remove(key)) << key;
+        }
+        EXPECT_EQ(seen, row.seen);
+        EXPECT_EQ(d->to_string(false), row.left);
     }
-    EXPECT_EQ(seen, (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_EQ(all->count(), 0);
 
-    // After the first member went, the new first one goes too before the walk
-    // moves on.
-    auto twice = doc(R"({"a":1,"b":2,"c":3})");
-    ASSERT_TRUE(twice->first_child(value, &name));
-    ASSERT_TRUE(twice->remove("a"));
-    ASSERT_TRUE(twice->remove("b"));
-    ASSERT_TRUE(twice->next_child(value, &name));
-    EXPECT_EQ(name, "c");
-
-    EXPECT_FALSE(twice->remove("zz"));
-    EXPECT_FALSE(doc(nullptr)->remove("a"));
-}
-
-TEST(JsonDocument, ReplacementDuringAWalkEndsIt)
-{
     auto d = doc(R"({"a":1,"b":2,"c":3})");
     auto val = doc("{}");
     std::string value;
-    std::string name;
-    ASSERT_TRUE(d->first_child(value, &name));
-    ASSERT_TRUE(d->next_child(value, &name)); // at b, which goes with a
+    ASSERT_TRUE(d->first_child(value));
+    ASSERT_TRUE(d->next_child(value)); // at b, which goes with a
     ASSERT_TRUE(d->set_value("a", val.get()));
-    EXPECT_FALSE(d->next_child(value, &name));
+    EXPECT_FALSE(d->next_child(value));
+    EXPECT_FALSE(d->remove("zz"));
+    EXPECT_FALSE(doc(nullptr)->remove("a"));
 }
 
 TEST(JsonDocument, ChangeKeyRenamesInPlace)
@@ -289,8 +217,7 @@ TEST(JsonDocument, ChangeKeyRenamesInPlace)
     EXPECT_TRUE(d->change_key("c", "longer_name"));
     EXPECT_EQ(d->to_string(false), R"({"longer_name":1,"longer_name":2})");
     int i = 0;
-    EXPECT_TRUE(d->get_value("longer_name", i));
-    EXPECT_EQ(i, 1);
+    EXPECT_TRUE(d->get_value("longer_name", i) && i == 1);
 
     EXPECT_FALSE(d->change_key("missing", "x"));
     EXPECT_FALSE(d->change_key("", "x"));
@@ -299,65 +226,41 @@ TEST(JsonDocument, ChangeKeyRenamesInPlace)
     EXPECT_FALSE(doc(nullptr)->change_key("a", "b"));
 }
 
-TEST(JsonDocument, ArraysReadAsTexts)
+TEST(JsonDocument, ArraysReadAsTextsAndSubDocumentsAsCopies)
 {
-    auto d = doc(R"({"arr":[1.9,"s",true,{"k":1}],"n":1})");
+    auto d = doc(R"({"arr":[1.9,"s",true,{"k":1}],"n":1,"o":{"k":1}})");
     std::vector<std::string> items{"stale"};
     ASSERT_TRUE(d->get_as_array("arr", items));
     ASSERT_EQ(items.size(), 4u);
-    EXPECT_EQ(items[0], "1");
-    EXPECT_EQ(items[1], "s");
-    EXPECT_EQ(items[2], "true");
-    EXPECT_EQ(Ref<gb::json>(new gb::json(items[3].c_str()))->to_string(false), R"({"k":1})");
-
+    EXPECT_EQ(items[0] + items[1] + items[2], "1strue");
+    EXPECT_EQ(doc(items[3].c_str())->to_string(false), R"({"k":1})");
     EXPECT_FALSE(d->get_as_array("n", items));
     EXPECT_TRUE(items.empty());
-}
 
-TEST(JsonDocument, SubDocumentsAreDeepCopies)
-{
-    auto d = doc(R"({"o":{"k":1},"s":"x"})");
     gb::json* sub = nullptr;
     ASSERT_TRUE(d->get_value("o", sub));
     Ref<gb::json> owned(sub);
     EXPECT_EQ(owned->to_string(false), R"({"k":1})");
     owned->set_value("k", 2);
-    int i = 0;
-    d->get_value("o/xk", i);
-    EXPECT_EQ(i, 1);
-
-    gb::json* str = nullptr;
-    ASSERT_TRUE(d->get_value("s", str));
-    Ref<gb::json> ownedStr(str);
-    EXPECT_EQ(ownedStr->to_string(false), R"("x")");
-
+    EXPECT_EQ(d->to_string(false), R"({"arr":[1.9,"s",true,{"k":1}],"n":1,"o":{"k":1}})");
+    gb::json* text = nullptr;
+    ASSERT_TRUE(d->get_value("arr", text));
+    EXPECT_EQ(Ref<gb::json>(text)->to_string(false), R"([1.9,"s",true,{"k":1}])");
     gb::json* none = nullptr;
     EXPECT_FALSE(d->get_value("zz", none));
     EXPECT_EQ(none, nullptr);
-}
-
-TEST(JsonDocument, ReferenceCountDestroysAtZero)
-{
-    auto* d = new gb::json("{}");
-    EXPECT_EQ(d->add_ref(), 2);
-    EXPECT_EQ(d->release(), 1);
-    EXPECT_EQ(d->release(), 0);
 }
 
 TEST(JsonDocument, HostileInputFailsCleanly)
 {
     auto d = doc("{}");
     // Past cJSON's nesting limit the parse fails; nothing is left behind.
-    const std::string deep = std::string(5000, '[') + std::string(5000, ']');
-    EXPECT_FALSE(d->attach_text(deep.c_str()));
+    EXPECT_FALSE(d->attach_text((std::string(5000, '[') + std::string(5000, ']')).c_str()));
     EXPECT_EQ(d->count(), 0);
-    const std::string deepObj = [] {
-        std::string t;
-        for (int i = 0; i < 5000; ++i)
-            t += "{\"a\":";
-        return t + "1" + std::string(5000, '}');
-    }();
-    EXPECT_FALSE(d->attach_text(deepObj.c_str()));
+    std::string deepObj;
+    for (int i = 0; i < 5000; ++i)
+        deepObj += "{\"a\":";
+    EXPECT_FALSE(d->attach_text((deepObj + "1" + std::string(5000, '}')).c_str()));
 
     // Absurdly deep paths are refused instead of building deep trees.
     std::string path;
@@ -369,5 +272,8 @@ TEST(JsonDocument, HostileInputFailsCleanly)
 
     EXPECT_FALSE(d->attach_text("{\"a\":\"\xff\xfe\"")); // truncated
     EXPECT_TRUE(d->attach_text("{\"\xff\xfe\":\"\xc3\"}"));
-    EXPECT_EQ(walkNames(*d), (std::vector<std::string>{"\xff\xfe"}));
+    std::string value;
+    std::string name;
+    ASSERT_TRUE(d->first_child(value, &name));
+    EXPECT_EQ(name, "\xff\xfe");
 }

@@ -4,14 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstring>
 #include <map>
+#include <set>
 #include <string>
-#include <vector>
 
 using cfgtest::allConfigs;
 using cfgtest::Ref;
+using cfgtest::word;
 using Scheme = gb::sane_config_schm;
 
 namespace {
@@ -19,11 +19,6 @@ namespace {
 Ref<Scheme> newScheme()
 {
     return Ref<Scheme>(new Scheme);
-}
-
-std::string word(int32_t value)
-{
-    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
 }
 
 void change(Scheme& s, const char* name, const std::string& data, bool extra = false)
@@ -52,36 +47,23 @@ TEST(SchemeHex, EncodesAndDecodes)
 {
     EXPECT_EQ(Scheme::to_hex_letter("\x0a\xff\x00", 3), "0AFF00");
     EXPECT_EQ(Scheme::to_hex_letter("x", 0), "");
-    EXPECT_EQ(Scheme::from_hex_letter("0AFF00", 6), std::string("\x0a\xff\x00", 3));
-    EXPECT_EQ(Scheme::from_hex_letter("0a1G33", 6), "\x0a");
-    EXPECT_EQ(Scheme::from_hex_letter("ABC", 3), "\xab");
-    EXPECT_EQ(Scheme::from_hex_letter("A", 1), "");
+    const std::pair<const char*, std::string> rows[] = {
+        {"0AFF00", std::string("\x0a\xff\x00", 3)},
+        {"0a1G33", "\x0a"}, // stops at the first pair that is not hex
+        {"ABC", "\xab"},
+        {"A", ""},
+    };
+    for (const auto& [text, bytes] : rows)
+        EXPECT_EQ(Scheme::from_hex_letter(text, strlen(text)), bytes) << text;
+    EXPECT_EQ(Scheme::from_hex_letter("ABCD", 2), "\xab") << "the length bounds the read";
     EXPECT_EQ(Scheme::from_hex_letter(nullptr, 4), "");
-    // The length bounds the read, whatever follows.
-    EXPECT_EQ(Scheme::from_hex_letter("ABCD", 2), "\xab");
 
-    unsigned char nibble = 0xA0;
-    EXPECT_TRUE(Scheme::hex('f', &nibble));
-    EXPECT_EQ(nibble, 0xAF);
-    EXPECT_FALSE(Scheme::hex('g', &nibble));
-    EXPECT_EQ(nibble, 0xAF);
-    unsigned char byte = 0;
-    EXPECT_TRUE(Scheme::hex_char("7e", &byte));
-    EXPECT_EQ(byte, 0x7E);
-    EXPECT_FALSE(Scheme::hex_char("7", &byte));
-    EXPECT_FALSE(Scheme::hex_char("x7", &byte));
-}
-
-TEST(SchemeHex, OptionDataSuffixOnlyAtTheEnd)
-{
     std::string name = "gamma_data";
     EXPECT_TRUE(Scheme::is_option_data(name));
     EXPECT_EQ(name, "gamma");
     name = "a_data_b_data";
     EXPECT_FALSE(Scheme::is_option_data(name));
     EXPECT_EQ(name, "a_data_b_data");
-    name = "gamma";
-    EXPECT_FALSE(Scheme::is_option_data(name));
 }
 
 TEST(SchemeValues, OnlyDifferencesFromTheDefaultsAreKept)
@@ -95,7 +77,6 @@ TEST(SchemeValues, OnlyDifferencesFromTheDefaultsAreKept)
     change(*s, "resolution", word(300));
     change(*s, "resolution", "table", true);
     EXPECT_EQ(plainText(*s), R"({"resolution":"2C010000","resolution_data":"7461626C65"})");
-
     // Back to the default: the value and its data go.
     change(*s, "resolution", word(200));
     EXPECT_EQ(plainText(*s), "{}");
@@ -115,7 +96,7 @@ TEST(SchemeValues, OnlyDifferencesFromTheDefaultsAreKept)
     EXPECT_EQ(s->id_from_name("dpi"), 5);
 }
 
-TEST(SchemeValues, ReadsFallBackToTheDefaults)
+TEST(SchemeValues, ReadsFallBackToTheDefaultsAndRemovalKeepsTheData)
 {
     auto s = newScheme();
     setDefault(*s, 1, "mode", "Gray");
@@ -128,75 +109,50 @@ TEST(SchemeValues, ReadsFallBackToTheDefaults)
     value = "keep";
     EXPECT_FALSE(s->get_config("none", value));
     EXPECT_EQ(value, "keep");
-}
 
-TEST(SchemeValues, RemoveConfigLeavesTheData)
-{
-    auto s = newScheme();
     put(*s, "gamma", "\x01");
     put(*s, "gamma", "\x02", true);
-    put(*s, "mode", "\x03");
     s->remove_config("gamma");
-    EXPECT_EQ(plainText(*s), R"({"gamma_data":"02","mode":"03"})");
+    EXPECT_EQ(plainText(*s), R"({"mode":"436F6C6F72","gamma_data":"02"})");
     s->remove_config(nullptr);
     EXPECT_EQ(plainText(*s), "{}");
 }
 
-TEST(SchemeValues, WalkDecodesEveryMember)
+TEST(SchemeText, RoundTripThroughBase64WithTheVersionStamp)
 {
     auto s = newScheme();
-    put(*s, "a", std::string("\x00\x01", 2));
-    put(*s, "a", "xyz", true);
-    s->to_text_stream(false, true);
-    const auto all = allConfigs(*s);
-    ASSERT_EQ(all.size(), 3u);
-    EXPECT_EQ(all.at("a"), std::string("\x00\x01", 2));
-    EXPECT_EQ(all.at("a_data"), "xyz");
-    EXPECT_EQ(all.at("ver"), ""); // not hex text
-}
-
-TEST(SchemeText, FreshSchemeAndVersionStamp)
-{
-    auto s = newScheme();
-    EXPECT_EQ(s->to_text_stream(false, false), "{}");
     EXPECT_EQ(s->get_version(), "");
     EXPECT_EQ(s->to_text_stream(false, true), R"({"ver":"4.52"})");
     EXPECT_EQ(s->get_version(), "4.52");
-    const std::string stamped = R"({"ver":"4.52"})";
-    EXPECT_EQ(s->to_text_stream(true, true), gb::base64().encode(stamped.data(), stamped.size()));
-}
 
-TEST(SchemeText, RoundTripThroughBase64)
-{
-    auto s = newScheme();
     put(*s, "resolution", word(300));
     put(*s, "crop", std::string("\x00\xff\x10", 3), true);
     const std::string text = s->to_text_stream();
-
+    EXPECT_EQ(gb::base64().decode(text.data(), text.size()), s->to_text_stream(false, true));
     auto back = newScheme();
     ASSERT_TRUE(back->load_from_mem(text.c_str()));
     EXPECT_TRUE(back->is_equal(s.get()));
-    EXPECT_EQ(allConfigs(*back), allConfigs(*s));
+    EXPECT_EQ(allConfigs(*back), (std::map<std::string, std::string>{
+                                     {"resolution", word(300)},
+                                     {"crop_data", std::string("\x00\xff\x10", 3)},
+                                     {"ver", ""}})); // "ver" is no hex text
     EXPECT_EQ(back->get_version(), "4.52");
 }
 
 TEST(SchemeText, BadTextLeavesNoValues)
 {
     auto s = newScheme();
-    put(*s, "a", "\x01");
-    EXPECT_FALSE(s->load_from_mem("not json", false));
-    std::string name;
-    std::string value;
-    EXPECT_FALSE(s->get_config("a", value));
-    EXPECT_FALSE(s->first_config(name, value));
-    EXPECT_EQ(s->to_text_stream(), "");
-    EXPECT_FALSE(s->load_from_mem("@@@###", true));
-    EXPECT_FALSE(s->load_from_mem(nullptr));
-    // Only objects hold values.
-    EXPECT_FALSE(s->load_from_mem("[1,2]", false));
-    const std::string deep = std::string(5000, '{') + std::string(5000, '}');
-    EXPECT_FALSE(s->load_from_mem(deep.c_str(), false));
-
+    const std::pair<const char*, bool> rows[] = {
+        {"not json", false}, {"@@@###", true}, {nullptr, true}, {"[1,2]", false}};
+    for (const auto& [text, inBase64] : rows) {
+        put(*s, "a", "\x01");
+        EXPECT_FALSE(s->load_from_mem(text, inBase64)) << (text ? text : "null");
+        std::string name;
+        std::string value;
+        EXPECT_FALSE(s->get_config("a", value));
+        EXPECT_FALSE(s->first_config(name, value));
+        EXPECT_EQ(s->to_text_stream(), "");
+    }
     // Writes after a failed load start from an empty document.
     put(*s, "b", "\x02");
     EXPECT_EQ(plainText(*s), R"({"b":"02"})");
@@ -237,9 +193,7 @@ TEST(SchemeCompare, CopyIsIndependent)
     Ref<Scheme> dup(s->copy());
     EXPECT_EQ(dup->get_scheme_name(), "Office");
     EXPECT_TRUE(dup->is_equal(s.get()));
-    EXPECT_EQ(dup->default_value("mode"), s->default_value("mode"));
     EXPECT_EQ(dup->id_from_name("mode"), 3);
-
     put(*dup, "mode", "Lineart");
     std::string value;
     s->get_config("mode", value);
@@ -269,42 +223,30 @@ TEST(SchemeSession, CancelRestoresAndCommitKeeps)
     EXPECT_EQ(items, 2);
     s->end_setting(true);
     EXPECT_EQ(plainText(*s), R"({"a":"01"})");
-    EXPECT_FALSE(s->has_changed());
 
     s->begin_setting();
+    s->remove_config("a");
+    EXPECT_TRUE(s->has_changed()) << "a removal is a change";
+    put(*s, "a", "\x01");
+    EXPECT_FALSE(s->has_changed()) << "the same values again are no change";
     put(*s, "a", "\x05");
     EXPECT_TRUE(s->has_changed());
     s->end_setting(false);
     EXPECT_EQ(plainText(*s), R"({"a":"05"})");
-    // Outside a session nothing reads as changed.
+    // Outside a session nothing reads as changed, and cancelling does nothing.
     put(*s, "c", "\x07");
     EXPECT_FALSE(s->has_changed());
     s->end_setting(true);
     EXPECT_EQ(plainText(*s), R"({"a":"05","c":"07"})");
-}
 
-TEST(SchemeSession, RestoreStartsFromDefaultsAndRemovalIsAChange)
-{
-    auto s = newScheme();
-    put(*s, "a", "\x01");
+    // Restoring starts from the defaults.
     s->begin_setting(true);
     EXPECT_EQ(plainText(*s), "{}");
     EXPECT_TRUE(s->has_changed());
     s->end_setting(true);
-    EXPECT_EQ(plainText(*s), R"({"a":"01"})");
+    EXPECT_EQ(plainText(*s), R"({"a":"05","c":"07"})");
 
-    s->begin_setting();
-    s->remove_config("a");
-    EXPECT_TRUE(s->has_changed());
-    put(*s, "a", "\x01");
-    EXPECT_FALSE(s->has_changed());
-    s->end_setting(false);
-}
-
-TEST(SchemeSession, LoadingEndsTheSessionWithoutBackup)
-{
-    auto s = newScheme();
-    put(*s, "a", "\x01");
+    // Loading ends the session without a backup.
     s->begin_setting();
     ASSERT_TRUE(s->load_from_mem(R"({"z":"09"})", false));
     EXPECT_FALSE(s->has_changed());
@@ -360,90 +302,66 @@ std::string hexKey(const char* title)
     return Scheme::to_hex_letter(title, strlen(title));
 }
 
-std::string oldValues(const std::string& ver)
-{
-    std::string text = "{\"" + hexKey("Resolution") + "\":\"2C010000\",\"" + hexKey("Mode")
-        + "\":\"01\",\"" + hexKey("Old") + "\":\"02\",\"" + hexKey("Gone") + "\":\"03\"";
-    if (!ver.empty())
-        text += ",\"ver\":\"" + ver + "\"";
-    return text + "}";
-}
-
-class SchemeUpdate : public ::testing::Test
-{
-protected:
-    // Loads a scheme of the given version from a file of its own and runs the
-    // upgrade; the file's text afterwards shows whether it was saved.
-    Ref<Scheme> upgrade(const std::string& ver)
-    {
-        const std::string path = m_dir.file("s" + ver + ".schm");
-        const std::string text = gb::base64().encode(oldValues(ver).data(), oldValues(ver).size());
-        cfgtest::writeFile(path, text);
-        Ref<Scheme> s(new Scheme);
-        EXPECT_TRUE(s->load_from_file(path.c_str()));
-        setDefault(*s, 1, "resolution", word(200));
-        setDefault(*s, 2, "mode", "\x00");
-        setDefault(*s, 3, "old", "\x00");
-        m_discarded.clear();
-        m_calls = 0;
-        s->update(discardOld, &m_calls, titleToName, &m_discarded);
-        m_saved = cfgtest::readFile(path) != text;
-        return s;
-    }
-
-    cfgtest::TempDir m_dir;
-    std::string m_discarded;
-    int m_calls = 0;
-    bool m_saved = false;
-};
-
 } // namespace
 
-TEST_F(SchemeUpdate, NoVersionUpgradesKeysAndCleansUp)
+// Loads a scheme of each version from a file of its own, runs the upgrade and
+// compares the keys kept, those reported as discarded, and whether it was saved.
+TEST(SchemeUpdate, EachVersionUpgradesWhatItMust)
 {
-    auto s = upgrade("");
-    std::string value;
-    EXPECT_TRUE(s->get_config("resolution", value));
-    EXPECT_EQ(value, word(300));
-    const auto all = allConfigs(*s);
-    EXPECT_EQ(all.count("mode"), 1u);
-    EXPECT_EQ(all.count("old"), 0u); // discarded by the predicate
-    EXPECT_EQ(all.count(hexKey("Gone")), 0u); // no option of that name
-    EXPECT_EQ(m_discarded, "old\r\n" + hexKey("Gone") + "\r\n");
-    EXPECT_EQ(m_calls, 3);
-    EXPECT_EQ(s->get_version(), "4.52");
-    EXPECT_TRUE(m_saved);
-}
+    const std::set<std::string> oldKeys = {hexKey("Resolution"), hexKey("Mode"), hexKey("Old"),
+                                           hexKey("Gone"), "ver"};
+    const struct {
+        const char* ver;
+        std::set<std::string> keys;
+        std::string discarded;
+        int discardCalls;
+        bool saved;
+    } rows[] = {
+        // No version: titles become names; discarded and unknown ones go.
+        {"", {"mode", "resolution", "ver"}, "old\r\n" + hexKey("Gone") + "\r\n", 3, true},
+        // Up to 4.29 only the keys are upgraded; no title match keeps the key.
+        {"4.29", {hexKey("Gone"), "mode", "old", "resolution", "ver"}, "", 0, true},
+        // From 4.30 on only the stamp changes, in memory.
+        {"4.30", oldKeys, "", 0, false},
+        {"5.0", oldKeys, "", 0, false},
+    };
+    cfgtest::TempDir dir;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.ver);
+        std::string old = "{\"" + hexKey("Resolution") + "\":\"2C010000\",\"" + hexKey("Mode") + "\":\"01\",\"" +
+            hexKey("Old") + "\":\"02\",\"" + hexKey("Gone") + "\":\"03\"";
+        if (*row.ver)
+            old += std::string(",\"ver\":\"") + row.ver + "\"";
+        const std::string text = cfgtest::base64Of(old + "}");
+        const std::string path = dir.file(std::string("s") + row.ver + ".schm");
+        cfgtest::writeFile(path, text);
 
-TEST_F(SchemeUpdate, UpTo429OnlyKeysAreUpgraded)
-{
-    auto s = upgrade("4.29");
-    const auto all = allConfigs(*s);
-    EXPECT_EQ(all.count("resolution"), 1u);
-    EXPECT_EQ(all.count("old"), 1u);
-    EXPECT_EQ(all.count(hexKey("Gone")), 1u); // no title match, key kept
-    EXPECT_EQ(m_calls, 0);
-    EXPECT_EQ(m_discarded, "");
-    EXPECT_EQ(s->get_version(), "4.52");
-    EXPECT_TRUE(m_saved);
-}
+        auto s = newScheme();
+        ASSERT_TRUE(s->load_from_file(path.c_str()));
+        setDefault(*s, 1, "resolution", word(200));
+        setDefault(*s, 2, "mode", std::string(1, '\0'));
+        setDefault(*s, 3, "old", std::string(1, '\0'));
+        std::string discarded;
+        int calls = 0;
+        s->update(discardOld, &calls, titleToName, &discarded);
 
-TEST_F(SchemeUpdate, From430OnNothingChangesButTheStamp)
-{
-    for (const char* ver : {"4.30", "5.0"}) {
-        auto s = upgrade(ver);
-        const auto all = allConfigs(*s);
-        EXPECT_EQ(all.count(hexKey("Resolution")), 1u) << ver;
-        EXPECT_EQ(all.count("resolution"), 0u) << ver;
-        EXPECT_EQ(s->get_version(), "4.52") << ver;
-        EXPECT_FALSE(m_saved) << ver; // stamped in memory only
+        std::set<std::string> keys;
+        for (const auto& member : allConfigs(*s))
+            keys.insert(member.first);
+        EXPECT_EQ(keys, row.keys);
+        EXPECT_EQ(discarded, row.discarded);
+        EXPECT_EQ(calls, row.discardCalls);
+        EXPECT_EQ(s->get_version(), "4.52");
+        EXPECT_EQ(cfgtest::readFile(path) != text, row.saved);
+        if (!*row.ver) {
+            std::string value;
+            EXPECT_TRUE(s->get_config("resolution", value));
+            EXPECT_EQ(value, word(300));
+        }
     }
-}
 
-TEST(SchemeUpdateEdge, WithoutValuesNothingHappens)
-{
-    auto s = newScheme();
-    s->load_from_mem("broken", false);
-    s->update(nullptr, nullptr, titleToName);
-    EXPECT_EQ(s->get_version(), "");
+    auto empty = newScheme();
+    empty->load_from_mem("broken", false);
+    empty->update(nullptr, nullptr, titleToName);
+    EXPECT_EQ(empty->get_version(), "") << "without values nothing happens";
 }

@@ -39,36 +39,25 @@ TEST(SaneValue, ZeroedAtLeastOneWordAndTerminated)
     EXPECT_EQ(sane_value::for_descriptor(broken).size(), 4u);
 }
 
+// Whole values of every size: a string, a word and an int array.
 TEST(OptionAccess, CountAndValuesSizedFromDescriptors)
 {
     fakedriver_device device;
-    const _sane_api& api = device.api();
-
+    const SANE_Int table[] = {0, 64, 128, 192, 255, 7, 8, 9};
+    const int gamma = fakedriver_add_int_array("gamma-table", "Gamma table", "", 8, 0, 255, table);
     SANE_Int count = 0;
-    ASSERT_EQ(read_option_count(api, device.handle(), &count), SANE_STATUS_GOOD);
+    ASSERT_EQ(read_option_count(device.api(), device.handle(), &count), SANE_STATUS_GOOD);
     EXPECT_EQ(count, fakedriver_option_count());
 
-    const int mode = fakedriver_find("mode");
     std::vector<char> value;
-    ASSERT_EQ(read_option_value(api, device.handle(), mode, value), SANE_STATUS_GOOD);
-    const SANE_Option_Descriptor* descriptor = api.sane_get_option_descriptor(device.handle(), mode);
-    ASSERT_NE(descriptor, nullptr);
-    EXPECT_EQ(value.size(), static_cast<std::size_t>(descriptor->size));
+    const int mode = fakedriver_find("mode");
+    ASSERT_EQ(read_option_value(device.api(), device.handle(), mode, value), SANE_STATUS_GOOD);
+    EXPECT_EQ(value.size(), size_t(device.api().sane_get_option_descriptor(device.handle(), mode)->size));
     EXPECT_STREQ(value.data(), "彩色");
-
-    ASSERT_EQ(read_option_value(api, device.handle(), fakedriver_find("resolution"), value),
+    ASSERT_EQ(read_option_value(device.api(), device.handle(), fakedriver_find("resolution"), value),
               SANE_STATUS_GOOD);
     EXPECT_EQ(value.size(), 4u);
     EXPECT_EQ(word_at(value), 200);
-}
-
-TEST(OptionAccess, ArrayOptionIsReadWhole)
-{
-    fakedriver_device device(false);
-    const SANE_Int table[] = {0, 64, 128, 192, 255, 7, 8, 9};
-    const int gamma = fakedriver_add_int_array("gamma-table", "Gamma table", "", 8, 0, 255, table);
-
-    std::vector<char> value;
     ASSERT_EQ(read_option_value(device.api(), device.handle(), gamma, value), SANE_STATUS_GOOD);
     ASSERT_EQ(value.size(), sizeof(table));
     for (std::size_t i = 0; i < 8; ++i)
@@ -131,45 +120,36 @@ TEST(OptionAccess, DefaultValueThroughAction100WithoutInfo)
     EXPECT_TRUE(call.value_given);
 }
 
-TEST(OptionAccess, PrivateWordToleratesWideAnswers)
+TEST(OptionAccess, PrivateWordsAndTexts)
 {
     fakedriver_device device;
     const _sane_api& api = device.api();
+    const std::string long_serial(600, 'S');
+    fakedriver_set_private_text(SANE_PRIVATE_SERIAL, long_serial.c_str());
+    const std::pair<sane_private_option, const char*> texts[] = {
+        {SANE_PRIVATE_MODEL, "FS-1000"},
+        {SANE_PRIVATE_STARTUP_TIME, "2023-05-06 09:30:00"},
+        {SANE_PRIVATE_SERIAL, long_serial.c_str()}};
+    for (const auto& [option, expected] : texts) {
+        std::string text;
+        ASSERT_EQ(read_private_text(api, device.handle(), option, text), SANE_STATUS_GOOD) << option;
+        EXPECT_EQ(text, expected);
+    }
     SANE_Word id = 0;
-    ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_GOOD);
-    EXPECT_EQ(id, 0x1a2b);
     ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_ROLLER_COUNT, &id), SANE_STATUS_GOOD);
     EXPECT_EQ(id, 12345);
-
     // A driver that answers with a 64-bit number: only the first word is taken.
     const unsigned char wide[8] = {0x78, 0x56, 0x34, 0x12, 0xff, 0xff, 0xff, 0xff};
     fakedriver_set_private_data(SANE_PRIVATE_PRODUCT_ID, wide, sizeof(wide));
     ASSERT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_GOOD);
     EXPECT_EQ(id, 0x12345678);
 
+    // Options the driver does not have leave nothing behind.
     fakedriver_remove_private(SANE_PRIVATE_PRODUCT_ID);
-    id = 7;
+    fakedriver_remove_private(SANE_PRIVATE_FIRMWARE);
     EXPECT_EQ(read_private_word(api, device.handle(), SANE_PRIVATE_PRODUCT_ID, &id), SANE_STATUS_INVAL);
     EXPECT_EQ(id, 0);
-}
-
-TEST(OptionAccess, PrivateTexts)
-{
-    fakedriver_device device;
-    const _sane_api& api = device.api();
-    std::string text;
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_MODEL, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, "FS-1000");
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_STARTUP_TIME, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, "2023-05-06 09:30:00");
-
-    const std::string long_serial(600, 'S');
-    fakedriver_set_private_text(SANE_PRIVATE_SERIAL, long_serial.c_str());
-    ASSERT_EQ(read_private_text(api, device.handle(), SANE_PRIVATE_SERIAL, text), SANE_STATUS_GOOD);
-    EXPECT_EQ(text, long_serial);
-
-    fakedriver_remove_private(SANE_PRIVATE_FIRMWARE);
-    text = "stale";
+    std::string text = "stale";
     EXPECT_NE(read_private_text(api, device.handle(), SANE_PRIVATE_FIRMWARE, text), SANE_STATUS_GOOD);
     EXPECT_TRUE(text.empty());
 }
@@ -177,11 +157,10 @@ TEST(OptionAccess, PrivateTexts)
 TEST(OptionAccess, FindOptionByName)
 {
     fakedriver_device device;
-    const _sane_api& api = device.api();
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "restore"), fakedriver_find("restore"));
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "mode"), 2);
-    EXPECT_EQ(find_option_by_name(api, device.handle(), "no-such-option"), -1);
-    EXPECT_EQ(find_option_by_name(api, device.handle(), nullptr), -1);
-    // Group options have empty names; an empty name must not match them.
-    EXPECT_EQ(find_option_by_name(api, device.handle(), ""), -1);
+    const std::pair<const char*, SANE_Int> rows[] = {
+        {"restore", fakedriver_find("restore")}, {"mode", 2}, {"no-such-option", -1}, {nullptr, -1},
+        {"", -1}, // groups have empty names; an empty name must not match them
+    };
+    for (const auto& [name, option] : rows)
+        EXPECT_EQ(find_option_by_name(device.api(), device.handle(), name), option) << (name ? name : "null");
 }

@@ -1,4 +1,4 @@
-// A real driver: libsane1's test backend, loaded and driven through the table.
+// A real driver: libsane1's test backend, loaded by path and driven through its table.
 #include "sane_driver.h"
 #include "test_support.h"
 
@@ -34,47 +34,36 @@ protected:
     {
         if (std::string(SANE_TEST_BACKEND).empty())
             GTEST_SKIP() << "libsane1's test backend is not installed";
-        veltest::writeFile(m_config.file("test.conf"), "number_of_devices 3\n"
-                                    "mode Gray\n"
-                                    "depth 8\n"
-                                    "enable-test-options true\n");
-        const char* previous = std::getenv("SANE_CONFIG_DIR");
-        m_had_config = previous != nullptr;
-        if (previous)
-            m_previous_config = previous;
-        setenv("SANE_CONFIG_DIR", m_config.path().c_str(), 1);
-        ASSERT_EQ(ZyBase_CreateDll(SANE_TEST_BACKEND, &m_dll), 0);
+        veltest::writeFile(m_config.file("test.conf"),
+                           "number_of_devices 3\nmode Gray\ndepth 8\nenable-test-options true\n");
+        m_config_dir.set(m_config.path().c_str());
+        // Backends live outside the library search path: the path is what loads them.
+        ZyDll* probe = nullptr;
+        ASSERT_NE(ZyBase_CreateDll("libsane-test.so.1", &probe), 0);
+        int error = -1;
+        ASSERT_EQ(LoadSaneDriver("test", SANE_TEST_BACKEND, &m_dll, &m_api, &error), SANE_LOAD_OK);
+        EXPECT_EQ(error, 0);
     }
-
-    void TearDown() override
-    {
-        if (m_dll)
-            ZyBase_DestroyDll(m_dll);
-        if (m_had_config)
-            setenv("SANE_CONFIG_DIR", m_previous_config.c_str(), 1);
-        else
-            unsetenv("SANE_CONFIG_DIR");
-    }
+    void TearDown() override { ZyBase_DestroyDll(m_dll); }
 
     temp_dir m_config;
+    const veltest::ScopedEnv m_config_dir{"SANE_CONFIG_DIR"};
     ZyDll* m_dll = nullptr;
-    bool m_had_config = false;
-    std::string m_previous_config;
+    _sane_api m_api{};
 };
 
 } // namespace
 
 TEST_F(sane_test_backend, OptionsReadThroughTheTable)
 {
-    _sane_api api{};
-    ASSERT_EQ(FindFunctions(m_dll, "test", &api), 0);
-
+    const _sane_api& api = m_api;
     SANE_Int version = 0;
     {
         [[maybe_unused]] const backend_allocations_kept kept;
         ASSERT_EQ(api.sane_init(&version, nullptr), SANE_STATUS_GOOD);
     }
     EXPECT_EQ(SANE_VERSION_MAJOR(version), SANE_CURRENT_MAJOR);
+    // SANE backends export sane_strstatus only under its plain name.
     EXPECT_STREQ(api.sane_strstatus(SANE_STATUS_GOOD), "Success");
 
     // Without the dll meta-backend in between, devices carry no "test:" prefix.

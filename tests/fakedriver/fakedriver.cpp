@@ -827,7 +827,7 @@ int fakedriver_get_value(int n, void* buffer, size_t size)
     const option* o = find_option(s, n);
     if (!o)
         return -1;
-    if (buffer)
+    if (buffer && !o->value.empty())
         std::memcpy(buffer, o->value.data(), std::min(size, o->value.size()));
     return static_cast<int>(o->value.size());
 }

@@ -1,6 +1,8 @@
 // The host owns the Qt application: dialogs are built inside the export call.
 #include "ui_test_support.h"
 
+#include "fakedriver_api.h"
+
 #include <veltwainui/twainui.h>
 #include <lexipak.h>
 
@@ -9,6 +11,7 @@
 #include <QAbstractButton>
 #include <QDir>
 #include <QLabel>
+#include <QDialog>
 #include <QTimer>
 
 #include <functional>
@@ -186,6 +189,31 @@ TEST_F(HostApp, MessageBoxScreenshot)
     const QString file = QDir(UI_ARTIFACT_DIR).filePath(
         QString("messagebox_%1.png").arg(QGuiApplication::platformName()));
     EXPECT_TRUE(shot.save(file));
+}
+
+// The settings dialog is built inside the call, and a host-owned one that is
+// given an owner does not stay on top.
+TEST_F(HostApp, SettingsDialogIsBuiltInsideTheCall)
+{
+    const fakedriver_device device;
+    _sane_api api = device.api();
+    QWidget owner;
+    owner.show();
+    std::vector<ui_result> results;
+    EXPECT_EQ(show_setting_ui(device.handle(), &owner, &api, "FS-1000", false,
+                              [&](ui_result r) { results.push_back(r); }, nullptr),
+              0);
+    QDialog* dialog = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w->inherits("zy_settingdialog") && w->isVisible())
+            dialog = qobject_cast<QDialog*>(w);
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->parentWidget(), &owner);
+    EXPECT_FALSE(dialog->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    // As a click arrives: from the event loop the host pumps.
+    QMetaObject::invokeMethod(dialog, "slot_buttonOkClicked", Qt::QueuedConnection);
+    EXPECT_TRUE(waitFor([&] { return !results.empty(); }));
+    EXPECT_EQ(results, std::vector<ui_result>{UI_RESULT_CLOSE_SETTING});
 }
 
 } // namespace

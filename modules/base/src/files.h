@@ -1,16 +1,13 @@
-// Private helpers of libVelBase for small files and the files made beside them.
+// Private helpers of libVelBase for the files made beside others.
 #ifndef VELBASE_FILES_H
 #define VELBASE_FILES_H
+
+#include "velbase_files.h"
 
 #include <cstddef>
 #include <string>
 
 namespace velbase {
-
-// Reads a whole regular file of at most maxBytes into text; 0 or an error
-// number (ENOENT for a missing file, EFBIG beyond maxBytes, EINVAL for a
-// device or FIFO). text is left as it was on failure.
-int readSmallFile(const std::string& path, size_t maxBytes, std::string& text);
 
 // The path of a file beside target named prefix + target's name + suffix. When
 // that name would exceed what the directory allows, target's name is cut (at

@@ -2,6 +2,7 @@
 #include "ZyBase.h"
 
 #include "copy_out.h"
+#include "velbase_files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -88,21 +89,6 @@ std::string formatText(const char* format, va_list args)
     return text;
 }
 
-int writeAll(int fd, const std::string& text)
-{
-    size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t written = write(fd, text.data() + done, text.size() - done);
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        done += static_cast<size_t>(written);
-    }
-    return 0;
-}
-
 // The open log file. It follows the configuration path, which a test may move,
 // and opens again when the file has been deleted under it.
 class LogFile
@@ -119,7 +105,7 @@ public:
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const int err = ensureOpen();
-        return err != 0 ? err : writeAll(m_fd, line);
+        return err != 0 ? err : velbase::writeAll(m_fd, line.data(), line.size());
     }
 
 private:
@@ -181,7 +167,7 @@ int ZyBase_WriteInfo(int level, const char* format, ...)
     const std::string line = timeStamp() + " [" + std::to_string(syscall(SYS_gettid)) + "] " +
                              levelName(level) + " " + text + "\n";
     if (g_echo.load())
-        writeAll(STDERR_FILENO, line);
+        velbase::writeAll(STDERR_FILENO, line.data(), line.size());
     return LogFile::instance().append(line);
 }
 

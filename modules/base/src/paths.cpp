@@ -179,28 +179,6 @@ std::string standardise(const char* name)
 }
 
 // An open file descriptor that closes itself.
-class FileDescriptor
-{
-public:
-    explicit FileDescriptor(int fd) : m_fd(fd) {}
-    ~FileDescriptor() { close(); }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int get() const { return m_fd; }
-    int close()
-    {
-        if (m_fd < 0)
-            return 0;
-        const int result = ::close(m_fd);
-        m_fd = -1;
-        return result == 0 ? 0 : errno;
-    }
-
-private:
-    int m_fd;
-};
-
 // Creates a file of a name no one uses yet; -1 with err set on failure.
 int createUnique(const std::string& target, std::string& path, int& err)
 {
@@ -242,21 +220,7 @@ public:
 
     int error() const { return m_error; }
 
-    int write(const void* data, size_t bytes)
-    {
-        const auto* next = static_cast<const unsigned char*>(data);
-        while (bytes > 0) {
-            const ssize_t written = ::write(m_fd.get(), next, bytes);
-            if (written < 0) {
-                if (errno == EINTR)
-                    continue;
-                return errno;
-            }
-            next += written;
-            bytes -= static_cast<size_t>(written);
-        }
-        return 0;
-    }
+    int write(const void* data, size_t bytes) { return velbase::writeAll(m_fd.get(), data, bytes); }
 
     // Keeps the permissions of the file being replaced.
     void copyModeOf(const std::string& target)
@@ -285,14 +249,14 @@ private:
     // Declared before m_fd: createUnique fills them while m_fd is built.
     std::string m_path;
     int m_error = EINVAL;
-    FileDescriptor m_fd;
+    velbase::FileDescriptor m_fd;
 };
 
 void syncDirectoryOf(const std::string& path)
 {
     const size_t slash = path.rfind('/');
     const std::string dir = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
-    FileDescriptor fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    velbase::FileDescriptor fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (fd.get() >= 0)
         fsync(fd.get());
 }
@@ -300,38 +264,6 @@ void syncDirectoryOf(const std::string& path)
 } // namespace
 
 namespace velbase {
-
-int readSmallFile(const std::string& path, size_t maxBytes, std::string& text)
-{
-    // Non-blocking, so that a FIFO cannot hang the open.
-    const FileDescriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (fd.get() < 0)
-        return errno;
-    struct stat st{};
-    if (fstat(fd.get(), &st) != 0)
-        return errno;
-    if (S_ISDIR(st.st_mode))
-        return EISDIR;
-    if (!S_ISREG(st.st_mode))
-        return EINVAL;
-    if (static_cast<uint64_t>(st.st_size) > maxBytes)
-        return EFBIG;
-    std::string data(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < data.size()) {
-        const ssize_t n = read(fd.get(), &data[got], data.size() - got);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return errno;
-        if (n == 0)
-            break;
-        got += static_cast<size_t>(n);
-    }
-    data.resize(got);
-    text.swap(data);
-    return 0;
-}
 
 std::string siblingPath(const std::string& target, const std::string& prefix,
                         const std::string& suffix)
