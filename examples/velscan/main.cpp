@@ -5,10 +5,10 @@
 //           [--screenshots DIR] [--auto-close MS]
 //
 // It lets the user choose a driver among the installed SANE backends and one of
-// its devices and shows the device's settings. Scan there scans every sheet in
+// its devices and opens the device's settings. On Scan it scans every sheet in
 // the feeder (or one page) on a thread of its own, shows the progress, asks about
-// pages that look blank and writes the pages as PNG files; Cancel in the progress
-// dialog cancels the scan. The session ends when the settings dialog closes.
+// pages that look blank and writes the pages as PNG files; the end of the scan
+// closes the settings. Cancel in the progress dialog cancels the scan.
 //
 // velscan owns the Qt application, so the library builds each window inside the
 // call and its choices come back on return. --own-thread lets the library run its
@@ -152,6 +152,16 @@ int main(int argc, char** argv)
         }
     };
     watch();
+    auto finish = [&](int code) {
+        ui.close_ui(-1);
+        if (watcher) {
+            if (!options.screenshots.empty())
+                std::printf("velscan: %d screenshot(s) in %s\n", watcher->screenshots(),
+                            options.screenshots.c_str());
+            runOnAppThread([&] { watcher.reset(); }); // its timer belongs to that thread
+        }
+        return code;
+    };
 
     // ---- the driver ----
     SaneBackend backend;
@@ -203,82 +213,78 @@ int main(int argc, char** argv)
     std::printf("velscan: scanning from %s on %s%s\n", device.c_str(), manufacturer.c_str(),
                 feeder ? " (document feeder)" : "");
 
-    // ---- the settings, and the scan they start ----
-    if (!QDir().mkpath(QString::fromStdString(options.out)))
-        return fail("cannot make " + options.out);
-    // Results come from the UI thread (settings) and the library's workers (progress).
-    std::atomic<bool> scanRequested{false};
+    // ---- the settings ----
+    // Results come from the library's threads: only flags cross over.
+    std::atomic<bool> scanAsked{false};
     std::atomic<bool> settingsClosed{false};
-    std::atomic<bool> progressClosed{false};
-    std::atomic<ScanJob*> running{nullptr};
-    ui_event_callback settingsNotify;
+    ui_event_callback settingsEvent;
     _sane_api api = backend.api();
     ui.show_setting_ui(backend.handle(), nullptr, &api, device.c_str(), true,
                        [&](ui_result result) {
                            if (result == UI_RESULT_START_SCAN)
-                               scanRequested = true;
+                               scanAsked = true;
                            else
                                settingsClosed = true;
                        },
-                       &settingsNotify);
+                       &settingsEvent);
     watch(); // on its own thread the library's application exists only now
-
-    const bool testBackend = manufacturer == "test";
-    std::unique_ptr<ScanJob> job;
-    ui_event_callback progressNotify;
-    auto startScan = [&] {
-        ui.show_progress_ui(nullptr, [&](ui_result result) {
-            if (result == UI_RESULT_CANCEL_SCAN && running)
-                running.load()->cancel();
-            if (result == UI_RESULT_CLOSE_NORMAL)
-                progressClosed = true;
-        }, &progressNotify);
-        ScanJob::Hooks hooks;
-        hooks.event = [&](int code, void* data, int status) {
-            progressNotify(code, data, status);
-            // The settings dialog shows a text with a non-zero status in a message
-            // box: the page-by-page status is the progress dialog's only.
-            if (code == EVENT_SCAN_WORKING)
-                settingsNotify(code, nullptr, 0);
-            else if (code == EVENT_SCAN_FINISHED)
-                settingsNotify(code, data, status);
-        };
-        hooks.keep = [&ui](SANE_Image* image) {
-            return onUiThread([&] { return ui.abnormal_image(image, nullptr); }) == 1;
-        };
-        hooks.beforePage = [&](int page) {
-            if (testBackend && options.blankPage > 0
-                && (page == options.blankPage || page == options.blankPage + 1))
-                backend.setString("test-picture",
-                                  page == options.blankPage ? "Solid white" : "Color pattern");
-        };
-        job = std::make_unique<ScanJob>(backend.api(), backend.handle(), options.out, hooks);
-        running = job.get();
-        job->start(feeder);
-    };
-
-    // Until the settings dialog has closed and a scan it started has ended, with
-    // its progress window closed by the user (or the auto-close).
-    while (!settingsClosed || (job && (!job->finished() || !progressClosed))) {
+    while (!scanAsked && !settingsClosed) {
         if (app)
             ui.pump_ui_message();
-        if (scanRequested.exchange(false) && !job)
-            startScan();
         QThread::msleep(10);
     }
-    if (job)
-        std::printf("velscan: %d page(s) written to %s, %d blank page(s) dropped\n",
-                    job->written(), options.out.c_str(), job->dropped());
-    else
-        std::printf("velscan: the settings closed without a scan\n");
-    running = nullptr;
-    job.reset();
-    ui.close_ui(-1);
-    if (watcher) {
-        if (!options.screenshots.empty())
-            std::printf("velscan: %d screenshot(s) in %s\n", watcher->screenshots(),
-                        options.screenshots.c_str());
-        runOnAppThread([&] { watcher.reset(); }); // its timer belongs to that thread
+    if (!scanAsked) {
+        std::printf("velscan: settings closed without a scan\n");
+        return finish(0);
     }
-    return 0;
+
+    // ---- the scan ----
+    if (!QDir().mkpath(QString::fromStdString(options.out)))
+        return fail("cannot make " + options.out);
+    std::atomic<bool> progressClosed{false};
+    std::unique_ptr<ScanJob> job;
+    ui_event_callback progressEvent;
+    ui.show_progress_ui(nullptr, [&](ui_result result) {
+        if (result == UI_RESULT_CANCEL_SCAN && job)
+            job->cancel();
+        if (result == UI_RESULT_CLOSE_NORMAL)
+            progressClosed = true;
+    }, &progressEvent);
+
+    const bool testBackend = manufacturer == "test";
+    ScanJob::Hooks hooks;
+    // The progress hears every event. The settings only learn that the scan
+    // started (a text for them would open a message box), and that it ended once
+    // the progress has shown so and closed: their end closes them.
+    hooks.event = [&](int code, void* data, int status) {
+        if (progressEvent)
+            progressEvent(code, data, status);
+        if (settingsEvent && code == 8)
+            settingsEvent(code, nullptr, 0);
+    };
+    hooks.keep = [&ui](SANE_Image* image) {
+        return onUiThread([&] { return ui.abnormal_image(image, nullptr); }) == 1;
+    };
+    hooks.beforePage = [&](int page) {
+        if (testBackend && options.blankPage > 0 && (page == options.blankPage || page == options.blankPage + 1))
+            backend.setString("test-picture", page == options.blankPage ? "Solid white" : "Color pattern");
+    };
+    job = std::make_unique<ScanJob>(backend.api(), backend.handle(), options.out, hooks);
+    job->start(feeder);
+
+    // Until the scan has ended and the user (or the auto-close) closed its windows.
+    bool settingsTold = false;
+    while (!job->finished() || !progressClosed || !settingsClosed) {
+        if (progressClosed && !settingsTold && settingsEvent) {
+            settingsEvent(12, nullptr, 0);
+            settingsTold = true;
+        }
+        if (app)
+            ui.pump_ui_message();
+        QThread::msleep(10);
+    }
+    std::printf("velscan: %d page(s) written to %s, %d blank page(s) dropped\n", job->written(),
+                options.out.c_str(), job->dropped());
+    job.reset();
+    return finish(0);
 }

@@ -26,10 +26,10 @@ bool TwainUiLibrary::load(const std::string& path)
         return false;
     }
     return resolve(m_handle, show_messagebox_ui, "show_messagebox_ui")
-        && resolve(m_handle, show_setting_ui, "show_setting_ui")
         && resolve(m_handle, close_ui, "close_ui")
         && resolve(m_handle, pump_ui_message, "pump_ui_message")
         && resolve(m_handle, twain_ui_free, "twain_ui_free")
+        && resolve(m_handle, show_setting_ui, "show_setting_ui")
         && resolve(m_handle, choose_scanner, "choose_scanner")
         && resolve(m_handle, show_progress_ui, "show_progress_ui")
         && resolve(m_handle, show_srclist_ui, "show_srclist_ui")

@@ -12,41 +12,27 @@ constexpr int kTickMs = 100;
 // Give a new window time to lay itself out and paint before the shot.
 constexpr int kSettleMs = 400;
 
-// What an unattended user presses, once: Scan in the settings dialog, which then
-// closes by itself when the scan ends; Discard for a page that looks blank; else
-// the default button (OK, which also loads a picked driver), else the first one.
-// A progress dialog is left to its scan and only closed once its Close button
-// shows. False: nothing pressed yet.
-bool answer(QDialog* dialog)
+// What an unattended user presses: the default button (OK, which also loads a
+// picked driver), else the first one. A progress dialog is left to its scan and
+// only closed once its Close button shows; the settings are asked for a scan.
+void answer(QDialog* dialog)
 {
     const auto buttons = dialog->findChildren<QPushButton*>();
     if (dialog->inherits("Dialog_progress_ui")) {
         for (QPushButton* b : buttons) {
-            if (b->objectName() == "pbtn_close" && b->isVisible()) {
+            if (b->objectName() == "pbtn_close" && b->isVisible())
                 b->click();
-                return true;
-            }
         }
-        return false;
+        return;
     }
-    // A page that looks blank is one to throw away.
-    if (dialog->inherits("Dialog_abnormal_img_select")) {
-        for (QPushButton* b : buttons) {
-            if (b->objectName() == "pushButton_discard") {
-                b->click();
-                return true;
-            }
-        }
-    }
+    // What an unattended user wants of the settings is a scan; the end of the
+    // scan closes them.
     if (dialog->inherits("zy_settingdialog")) {
-        // The library's catalogue is installed in this application.
-        const QString scan = QCoreApplication::translate("zy_settingdialog", "scan");
         for (QPushButton* b : buttons) {
-            if (b->text() == scan && b->isVisible() && b->isEnabled()) {
+            if (b->objectName() == "pbtn_scan" && b->isVisible() && b->isEnabled())
                 b->click();
-                return true;
-            }
         }
+        return;
     }
     QPushButton* first = nullptr;
     for (QPushButton* b : buttons) {
@@ -54,7 +40,7 @@ bool answer(QDialog* dialog)
             continue;
         if (b->isDefault()) {
             b->click();
-            return true;
+            return;
         }
         if (!first)
             first = b;
@@ -63,7 +49,6 @@ bool answer(QDialog* dialog)
         first->click();
     else
         dialog->done(QDialog::Accepted);
-    return true;
 }
 } // namespace
 
@@ -103,8 +88,7 @@ void WindowWatcher::onTick()
         if (!w->isVisible())
             continue;
         const auto known = m_windows.find(w);
-        Seen& seen = current[w] =
-            known != m_windows.end() ? known->second : Seen{m_clock, false, false};
+        Seen& seen = current[w] = known != m_windows.end() ? known->second : Seen{m_clock, false};
         const qint64 age = m_clock - seen.since;
         if (!seen.shot && age >= kSettleMs && !m_dir.isEmpty()) {
             const QString name = QString("%1-%2.png").arg(++m_shots, 2, 10, QChar('0'))
@@ -112,13 +96,11 @@ void WindowWatcher::onTick()
             w->grab().toImage().save(QDir(m_dir).filePath(name));
             seen.shot = true;
         }
-        if (m_autoCloseMs >= 0 && !seen.answered && age >= kSettleMs + m_autoCloseMs) {
-            if (auto* dialog = qobject_cast<QDialog*>(w)) {
-                seen.answered = answer(dialog);
-            } else {
+        if (m_autoCloseMs >= 0 && age >= kSettleMs + m_autoCloseMs) {
+            if (auto* dialog = qobject_cast<QDialog*>(w))
+                answer(dialog);
+            else
                 w->close();
-                seen.answered = true;
-            }
         }
     }
     m_windows = std::move(current);

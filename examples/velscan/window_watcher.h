@@ -36,7 +36,6 @@ private:
     struct Seen {
         qint64 since;
         bool shot;
-        bool answered;
     };
 
     QString m_dir;

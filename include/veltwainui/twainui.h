@@ -121,6 +121,17 @@ extern "C" {
 // Modal message box with the UTF-8 text; kind and flags are reserved.
 VELTWAINUI_EXPORT int show_messagebox_ui(void* parent, int kind, const char* message, int flags);
 
+// Opens the settings dialog for the open device handle, whose driver entry points
+// api holds (copied), titled device_name. Every change is written to the device at
+// once; OK keeps the settings, every other way out writes the start values back.
+// A null parent makes the dialog stay on top; with_scan shows its Scan button.
+// on_result hears 3 for Scan, 4 when the dialog closes, 1 when it closes because
+// a scan ended. *on_event (when not null) receives the handler to which the host
+// reports scan events (8 scanning, 12 finished) from any thread. Returns 0.
+VELTWAINUI_EXPORT int show_setting_ui(void* device, void* parent, _sane_api* api,
+                                      const char* device_name, bool with_scan,
+                                      ui_result_callback on_result, ui_event_callback* on_event);
+
 // The selection calls below have their result on return when the host owns the
 // Qt application and calls from its thread; on the library's own UI thread they
 // return at once, with the result of the previous selection.
@@ -149,17 +160,6 @@ VELTWAINUI_EXPORT int show_twain_srclist_ui(const TW_IDENTITY* sources, unsigned
 VELTWAINUI_EXPORT int show_srclist_ui(const char** manufacturers, const char** libraries,
                                       QWidget* parent, ZyDll** dll, _sane_api* api,
                                       char* manufacturer, unsigned int manufacturer_size);
-// Opens the settings dialog for the open device handle, whose driver entry points
-// api holds (copied), titled device_name. Every change is written to the device at
-// once; OK keeps the settings, every other way out writes the start values back.
-// A null parent makes the dialog stay on top; with_scan shows its Scan button.
-// on_result hears 3 for Scan, 4 when the dialog closes, 1 when it closes because
-// a scan ended. *on_event (when not null) receives the handler to which the host
-// reports scan events (8 scanning, 12 finished) from any thread. Returns 0.
-VELTWAINUI_EXPORT int show_setting_ui(void* device, void* parent, _sane_api* api,
-                                      const char* device_name, bool with_scan,
-                                      std::function<void(ui_result)> on_result,
-                                      std::function<void(int, void*, int)>* on_event);
 
 // Closes windows by bit: 1 progress, 2 settings, 4 message box; -1 closes all,
 // forgets every callback and, on a host-owned application, deletes the manager.

@@ -56,6 +56,7 @@ QWidget* ownerWidget(void* handle)
     return nullptr;
 }
 
+// The open settings dialog's window, which owns a progress dialog opened over it.
 // A status text longer than this is the host's mistake; the rest is not read.
 constexpr std::size_t kMaxEventText = 4096;
 
@@ -201,7 +202,7 @@ void Manager::on_createSettingUi(const SettingRequest& request)
         return;
     // A second request replaces the open dialog, which reports its closing.
     if (m_settingUi)
-        closeSettingUiByHost(false);
+        std::exchange(m_settingUi, nullptr)->closeByHost(false);
     auto* dialog = new zy_settingdialog(this, request.device, &request.api, request.withScan,
                                         request.name.c_str(), request.cfg.get(),
                                         request.callback, nullptr, ownerWidget(request.parent));
@@ -230,32 +231,13 @@ void Manager::forgetSettingUi(const zy_settingdialog* dialog)
 {
     if (m_settingUi == dialog)
         m_settingUi = nullptr;
-    keepProgressUi(dialog);
-}
-
-void Manager::keepProgressUi(const QWidget* owner)
-{
-    // A progress dialog outlives the settings dialog that owns it: the scan that
-    // closed the settings still has its last second to show, and the host its
-    // close to hear.
-    if (m_progressUi && m_progressUi->parentWidget() == owner) {
-        m_progressUi->setParent(nullptr, m_progressUi->windowFlags());
-        m_progressUi->show();
-    }
-}
-
-void Manager::closeSettingUiByHost(bool silently)
-{
-    zy_settingdialog* const dialog = std::exchange(m_settingUi, nullptr);
-    keepProgressUi(dialog);
-    dialog->closeByHost(silently);
 }
 
 void Manager::on_deleteSettingUi(void*)
 {
     const Busy busy(this);
     if (!busy.retired() && m_settingUi)
-        closeSettingUiByHost(true);
+        std::exchange(m_settingUi, nullptr)->closeByHost(true);
 }
 
 void Manager::closeSettingUi()
@@ -281,10 +263,10 @@ void Manager::on_deleteMessageBoxUi(void*)
 void Manager::clear_functions()
 {
     // A message box holds no callback of the host's.
-    if (m_progressUi)
-        m_progressUi->setClosedByHost();
     if (m_settingUi)
         m_settingUi->forgetHost();
+    if (m_progressUi)
+        m_progressUi->setClosedByHost();
 }
 
 // ---- device selection ----------------------------------------------------
@@ -331,10 +313,8 @@ void Manager::on_createProgressUi(const ProgressRequest& request)
     const Busy busy(this);
     if (busy.retired())
         return;
-    // The settings dialog owns a progress dialog opened over it.
-    QWidget* owner = m_settingUi;
-    if (!owner)
-        owner = ownerWidget(request.parent);
+    // An open settings dialog owns the progress: it stays above it.
+    QWidget* owner = m_settingUi ? static_cast<QWidget*>(m_settingUi) : ownerWidget(request.parent);
     on_deleteProgressUi(nullptr);
     m_progressUi = new Dialog_progress_ui(request.callback, owner);
     m_progressUiGeneration = request.generation;

@@ -85,6 +85,7 @@ struct AbnormalImageRequest {
     std::shared_ptr<ZyImage_> image;
 };
 Q_DECLARE_METATYPE(AbnormalImageRequest)
+
 struct SettingRequest {
     void* device = nullptr;  // the host's open SANE handle
     void* parent = nullptr;  // the host's owner handle, only compared on the UI thread
@@ -144,9 +145,9 @@ public:
 signals:
     void init();
     void createDeviceSelect(const DeviceSelectRequest&);
-    void createProgressUi(const ProgressRequest&);
     void createSettingUi(const SettingRequest&);
     void settingScanStatus(const QString& text, bool scanning);
+    void createProgressUi(const ProgressRequest&);
     void createMessageBoxUi(const MessageBoxRequest&);
     void createTwainSrcUi(const TwainSourceRequest&);
     void createSaneSrcUi(const SaneSourceRequest&);
@@ -189,10 +190,6 @@ private:
     enum class State { Serving, Retired, Deleting };
 
     static void registerRequestTypes();
-    // The host or a new request lets the settings dialog go.
-    void closeSettingUiByHost(bool silently);
-    // A progress dialog owned by owner stays, on its own.
-    void keepProgressUi(const QWidget* owner);
 
     // One scan event of the host's, its text copied while the host's buffer lived,
     // for the progress dialog opened by the request of that generation.

@@ -88,6 +88,10 @@ Dialog_progress_ui::Dialog_progress_ui(ui_result_callback callback, QWidget* own
 
 Dialog_progress_ui::~Dialog_progress_ui()
 {
+    // Deleted with its owner (settings closing at the end of a scan) before it
+    // closed: the host still hears that the window has gone.
+    if (!m_closedByHost && !m_closeThread)
+        m_closeThread = startWorker(ThreadFunc);
     // The workers hold their own copy of the callback and run on to their end.
     releaseThread(m_closeThread);
     releaseThread(m_cancelThread);

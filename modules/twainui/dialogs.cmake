@@ -24,7 +24,9 @@ add_library(twainui_ui OBJECT
   zy_settingdialog_values.cpp
   zy_settingdialog_roundtrip.cpp
   zy_settingdialog_close.cpp
+  zy_settingdialog_tools.cpp
 )
 target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(twainui_ui PUBLIC
-  twainui_dialogs twainui_config twainui_driver VelBase lexipak Qt5::Widgets Threads::Threads)
+  twainui_dialogs twainui_config twainui_driver twainui_editors VelBase lexipak Qt5::Widgets
+  Threads::Threads)

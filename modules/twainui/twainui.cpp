@@ -251,8 +251,7 @@ int show_srclist_ui(const char** manufacturers, const char** libraries, QWidget*
 }
 
 int show_setting_ui(void* device, void* parent, _sane_api* api, const char* device_name,
-                    bool with_scan, std::function<void(ui_result)> on_result,
-                    std::function<void(int, void*, int)>* on_event)
+                    bool with_scan, ui_result_callback on_result, ui_event_callback* on_event)
 {
     gb::scanner_cfg* cfg = configurationForDialog();
     const ManagerAccess manager(ManagerAccess::Start);

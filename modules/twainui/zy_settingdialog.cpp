@@ -95,10 +95,6 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
         m_curScheme = m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str());
     m_curScheme->begin_setting(false);
 
-    for (auto& table : m_gamma.tables)
-        for (int i = 0; i < 256; ++i)
-            table[i] = static_cast<unsigned char>(i);
-
     if (api)
         m_saneApi = *api;
     m_driverDefaults = new gb::sane_config_schm(nullptr);
@@ -149,6 +145,7 @@ void zy_settingdialog::createUI()
     m_buttonRow->setContentsMargins(0, 0, 0, 0);
     m_aboutButton = new QPushButton(tr("about..."));
     m_scanButton = new QPushButton(tr("scan"));
+    m_scanButton->setObjectName(QStringLiteral("pbtn_scan"));
     m_okButton = new QPushButton(tr("ok"));
     m_cancelButton = new QPushButton(tr("cancel"));
     m_okButton->setDefault(true);
@@ -160,8 +157,8 @@ void zy_settingdialog::createUI()
     connect(m_okButton, &QPushButton::clicked, this, &zy_settingdialog::slot_buttonOkClicked);
     connect(m_cancelButton, &QPushButton::clicked, this,
             &zy_settingdialog::slot_buttonCancelClicked);
-    // The about box is not connected yet; the button stays off until it is.
-    m_aboutButton->setEnabled(false);
+    connect(m_aboutButton, &QPushButton::clicked, this,
+            &zy_settingdialog::slot_buttonAboutClicked);
     if (!m_showScanButton)
         m_scanButton->hide();
 
@@ -302,14 +299,16 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         row->addWidget(box);
         const bool area = name_is(d, "is-custom-area");
         if (area || name_is(d, "is-custom-gamma")) {
-            // The tool opens from the button beside the box; until the tools are
-            // connected the button stays off.
+            // The tool opens from the button beside the box, while it is checked.
             auto* tool = new QPushButton(area ? tr("regional crop") : tr("custom tone curve"));
             tool->setFixedWidth(kToolButtonWidth);
-            tool->setEnabled(false);
             field->setMaximumWidth(kToolContainerMaxWidth);
             row->addWidget(tool);
+            connect(tool, &QPushButton::clicked, this,
+                    area ? &zy_settingdialog::slot_cutButtonClicked
+                         : &zy_settingdialog::slot_gammaButtonClicked);
             (area ? m_cropButton : m_gammaButton) = tool;
+            enable_tool_button(d, box->isChecked());
         }
         row->addStretch();
         break;

@@ -9,8 +9,11 @@
 //   zy_settingdialog_values.cpp     reading the driver, refresh and visibility
 //   zy_settingdialog_roundtrip.cpp  the control slots and their conversions
 //   zy_settingdialog_close.cpp      buttons, keys, closing, undo and scan status
+//   zy_settingdialog_tools.cpp      the About box, the crop tool and the tone curve
 #ifndef ZY_SETTINGDIALOG_H
 #define ZY_SETTINGDIALOG_H
+
+#include "tonecurverecord.h"
 
 #include <veltwainui/twainui.h>
 
@@ -51,14 +54,6 @@ class zy_settingdialog : public QDialog
     Q_OBJECT
 
 public:
-    // The driver's private tone-curve option: a header and five 256-entry tables
-    // (RGB, gray, red, green, blue), 1312 bytes.
-    struct tone_curve_record
-    {
-        unsigned char header[32];
-        unsigned char tables[5][256];
-    };
-
     // What the dialog knows of one option: its descriptor (null when the driver
     // gives none), the value the controls show (an int for a bool, int or fixed
     // word, the text in the user's language for a string, the bytes of an
@@ -131,6 +126,10 @@ public slots:
     void slot_buttonScanClicked();
     void slot_buttonOkClicked();
     void slot_buttonCancelClicked();
+    void slot_buttonAboutClicked();
+    // The tools: enabled only while their option's box is checked.
+    void slot_cutButtonClicked();
+    void slot_gammaButtonClicked();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -186,6 +185,17 @@ private:
     void combo_round_trip(QComboBox* combo);
     void after_scan_mode_change();
 
+    // the tools (zy_settingdialog_tools.cpp)
+    // Runs a window of the dialog's modally; true when the user accepted it.
+    bool run_modal(QDialog& window);
+    void enable_tool_button(const SANE_Option_Descriptor* d, bool checked);
+    // The tone-curve record between the device and m_gamma. A record from
+    // elsewhere (a scheme) goes through m_gamma.assign(), which refuses a wrong
+    // length, then write_tone_curve(m_gamma); read_tone_curve() is false when
+    // the device gave none.
+    bool read_tone_curve();
+    void write_tone_curve(const ToneCurveRecord& record);
+
     // closing (zy_settingdialog_close.cpp)
     void cancelScheme();
     void write_start_value(int id, const option_value& start);
@@ -194,19 +204,19 @@ private:
     void set_contents_enabled(bool enabled);
     void deliver_result();
 
-    // Counts the calls into the host (results) and the modal boxes under way from
-    // the dialog: inside them the host may close the dialog, which must then outlive
-    // the call.
+    // Counts the calls into the host (results) and the modal windows under way
+    // from the dialog: inside them the host may close the dialog, which must then
+    // outlive the call. A dialog closed meanwhile goes when the last one returns.
     class host_call
     {
     public:
-        explicit host_call(zy_settingdialog* dialog) : m_depth(dialog->m_hostCalls) { ++m_depth; }
-        ~host_call() { --m_depth; }
+        explicit host_call(zy_settingdialog* dialog) : m_dialog(dialog) { ++m_dialog->m_hostCalls; }
+        ~host_call();
         host_call(const host_call&) = delete;
         host_call& operator=(const host_call&) = delete;
 
     private:
-        int& m_depth;
+        zy_settingdialog* m_dialog;
     };
 
     Manager* m_manager = nullptr;
@@ -241,8 +251,9 @@ private:
     double m_cutBottom = 297.0;
     int m_modeId = -1;
     QString m_colorMode;
-    tone_curve_record m_gamma{};
-    tone_curve_record m_gammaAtStart{};
+    // The device's tone curve as last read or written, and as it was at the start.
+    ToneCurveRecord m_gamma;
+    ToneCurveRecord m_gammaAtStart;
 
     // The tool buttons beside "is-custom-area" and "is-custom-gamma"; the row
     // label and the button follow their row's visibility.
@@ -281,6 +292,7 @@ private:
     std::vector<std::pair<QString, bool>> m_pendingStatus;
     bool m_showingStatus = false;
     int m_hostCalls = 0;
+    bool m_closedByHost = false;
 };
 
 #endif

@@ -25,7 +25,6 @@ namespace {
 // Writing the start values again stops when nothing differs, when a round
 // makes no progress, or after this many rounds.
 constexpr int kMaxWriteBackRounds = 8;
-constexpr std::size_t kToneCurveReadBuffer = 4096;
 
 // Strings compare up to their terminator, words and arrays byte for byte.
 bool same_value(const SANE_Option_Descriptor& d, const QByteArray& start, const sane_value& now)
@@ -114,11 +113,8 @@ void zy_settingdialog::write_start_value(int id, const option_value& start)
     std::memcpy(buffer.data(), start.raw.constData(), std::size_t(start.raw.size()));
     SANE_Int info = 0;
     m_saneApi.sane_control_option(m_devHandle, id, SANE_ACTION_SET_VALUE, buffer.data(), &info);
-    if (name_is(start.descriptor, "is-custom-gamma")) {
-        tone_curve_record record = m_gammaAtStart;
-        m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_SET_VALUE,
-                                      &record, &info);
-    }
+    if (name_is(start.descriptor, "is-custom-gamma"))
+        write_tone_curve(m_gammaAtStart);
 }
 
 bool zy_settingdialog::differs_from_start(int id, const option_value& start) const
@@ -236,14 +232,9 @@ void zy_settingdialog::updateSchemeFromUi(gb::sane_config_schm* scheme)
         for (const char* name : {"tl-x", "tl-y", "br-x", "br-y"})
             scheme->remove_config(name);
     }
-    if (customGamma) {
-        sane_value record(kToneCurveReadBuffer);
-        if (m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_GET_VALUE,
-                                          record.data(), nullptr)
-            == SANE_STATUS_GOOD)
-            scheme->config_changed("is-custom-gamma", static_cast<const char*>(record.data()),
-                                   sizeof(tone_curve_record), true);
-    }
+    if (customGamma && read_tone_curve())
+        scheme->config_changed("is-custom-gamma", reinterpret_cast<const char*>(m_gamma.data()),
+                               ToneCurveRecord::Size, true);
 }
 
 void zy_settingdialog::updateRestorePushButton()
@@ -285,6 +276,8 @@ void zy_settingdialog::on_scan_status(QString info, bool isScanning)
             const host_call modal(this);
             QMessageBox::information(this, tr("Prompt"), text, QMessageBox::Ok);
         }
+        if (m_closedByHost)
+            return;
         m_isScanning = scanning;
         set_contents_enabled(!scanning);
         // While scanning the dialog must outlive any close attempt.
@@ -330,10 +323,24 @@ void zy_settingdialog::closeByHost(bool silently)
     // No close event: the host asked, so nothing is undone or saved.
     m_isScanning = false;
     hide();
-    if (m_hostCalls > 0)
-        deleteLater();
-    else
+    if (m_hostCalls == 0) {
         delete this;
+        return;
+    }
+    // Deleted inside a modal window's loop, the dialog would take the window
+    // from under the call running it: the windows end, and the last call to
+    // return lets the dialog go.
+    m_closedByHost = true;
+    for (QDialog* window : findChildren<QDialog*>()) {
+        if (window->isVisible())
+            window->reject();
+    }
+}
+
+zy_settingdialog::host_call::~host_call()
+{
+    if (--m_dialog->m_hostCalls == 0 && m_dialog->m_closedByHost)
+        m_dialog->deleteLater();
 }
 
 void zy_settingdialog::forgetHost()

@@ -5,6 +5,8 @@
 
 #include "sane_driver.h"
 
+#include <lexipak.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -19,8 +21,11 @@ namespace settings_ui {
 constexpr int kMaxListEntries = 65536;
 // Highest option count taken from option 0.
 constexpr SANE_Int kMaxOptions = 30000;
-// The private tone-curve option and its record size.
+// The private tone-curve option. Its record is read and written through a
+// zeroed buffer this large: a driver whose record is longer than ours then
+// still reads and writes only our memory.
 constexpr SANE_Int kToneCurveOption = SANE_PRIVATE_TONE_CURVE;
+constexpr std::size_t kToneCurveBuffer = 4096;
 // A fixed slider counts hundredths.
 constexpr double kFixedToDouble = 1.0 / 65536.0;
 constexpr double kSpinStep = 0.01;
@@ -28,6 +33,16 @@ constexpr double kSpinStep = 0.01;
 inline bool name_is(const SANE_Option_Descriptor* d, const char* name)
 {
     return d && d->name && std::strcmp(d->name, name) == 0;
+}
+
+// Whether a text the user sees means the driver's own (Simplified Chinese)
+// text canonical, so that rules tied to a driver's texts hold for drivers that
+// speak the user's language too.
+inline bool means(const QString& text, const char* canonical)
+{
+    const QByteArray utf8 = text.toUtf8();
+    const char* driverText = to_default_language(utf8.constData());
+    return driverText && std::strcmp(driverText, canonical) == 0;
 }
 
 inline QString text_of(const char* text)

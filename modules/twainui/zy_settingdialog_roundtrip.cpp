@@ -3,8 +3,6 @@
 #include "zy_settingdialog.h"
 #include "zy_settingdialog_p.h"
 
-#include <lexipak.h>
-
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -48,15 +46,6 @@ QString value_text(SANE_Value_Type type, const sane_value& value)
     default:
         return QString::fromUtf8(value.text());
     }
-}
-
-// The driver's own (Simplified Chinese) text of a value the user chose, so that
-// the rules below hold for drivers that speak the user's language too.
-bool means(const QString& text, const char* canonical)
-{
-    const QByteArray utf8 = text.toUtf8();
-    const char* driverText = to_default_language(utf8.constData());
-    return driverText && std::strcmp(driverText, canonical) == 0;
 }
 
 // Writes the number or text of a line edit or combo box as the option's type.
@@ -159,6 +148,7 @@ void zy_settingdialog::slot_checkedClicked()
     d = find_option_description(id);
     if (name_is(d, "is-multiout"))
         m_multiOutput = box->isChecked();
+    enable_tool_button(d, box->isChecked());
     if (!m_programChange && box->isChecked()
         && (name_is(d, "is-rid-morr") || name_is(d, "is-rid-grid")))
         warn_speed();

@@ -22,9 +22,6 @@ using namespace settings_ui;
 
 namespace {
 
-// The record is 1312 bytes; a driver that writes more still writes into our buffer.
-constexpr std::size_t kToneCurveReadBuffer = 4096;
-
 bool is_crop_area(const SANE_Option_Descriptor* d)
 {
     return name_is(d, "tl-x") || name_is(d, "tl-y") || name_is(d, "br-x") || name_is(d, "br-y");
@@ -68,13 +65,7 @@ void zy_settingdialog::update_opt_value_from_driver()
 {
     m_optionValues.clear();
 
-    if (m_saneApi.sane_control_option) {
-        sane_value record(kToneCurveReadBuffer);
-        if (m_saneApi.sane_control_option(m_devHandle, kToneCurveOption, SANE_ACTION_GET_VALUE,
-                                          record.data(), nullptr)
-            == SANE_STATUS_GOOD)
-            std::memcpy(&m_gamma, record.data(), sizeof(m_gamma));
-    }
+    read_tone_curve();
 
     const int count = option_count();
     if (count < 2)
@@ -261,6 +252,7 @@ void zy_settingdialog::refresh_control_value(int id)
                 box->setChecked(word != 0);
                 if (name_is(d, "is-multiout"))
                     m_multiOutput = box->isChecked();
+                enable_tool_button(d, box->isChecked());
             }
             break;
         case SANE_TYPE_INT:

@@ -92,6 +92,7 @@ struct driver_state {
     int read_chunk = 0;
     bool open = false;
     bool translate = false;
+    bool reset_once = false; // a test has scripted the driver
     std::vector<log_entry> log;
 };
 
@@ -426,7 +427,8 @@ SANE_Status control_private(private_option& p, SANE_Action action, void* value)
     if (!value)
         return SANE_STATUS_INVAL;
     if (action == SANE_ACTION_GET_VALUE) {
-        std::memcpy(value, p.stored.data(), p.stored.size());
+        // An empty record has no storage to copy from.
+        std::copy(p.stored.begin(), p.stored.end(), static_cast<unsigned char*>(value));
         return SANE_STATUS_GOOD;
     }
     if (action != SANE_ACTION_SET_VALUE)
@@ -611,6 +613,7 @@ void fakedriver_reset(void)
     driver_state& s = state();
     guard lock(s.lock);
     clear_script(s);
+    s.reset_once = true;
 }
 
 void fakedriver_translate_texts(int on)
@@ -1127,6 +1130,9 @@ SANE_Status sane_fake_init(SANE_Int* version_code, SANE_Auth_Callback)
 {
     driver_state& s = state();
     guard lock(s.lock);
+    // A host that loads the driver as a real one finds the ready-made scanner.
+    if (!s.reset_once && s.options.size() <= 1 && s.devices.empty() && s.privates.empty())
+        fakedriver_load_default_script();
     SANE_Status status = SANE_STATUS_GOOD;
     take_entry_status(s, FAKEDRIVER_INIT, &status);
     if (status == SANE_STATUS_GOOD && version_code)

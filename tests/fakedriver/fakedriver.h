@@ -27,6 +27,10 @@
  *  - Action 100 (SANE_ACTION_GET_DEFAULT_VALUE) copies the default value.
  *  - Option numbers without a descriptor answer SANE_STATUS_INVAL, unless a
  *    private option of that number was scripted (34906, 34899, ...).
+ * A host that loads the library by path and initialises it before anything
+ * scripted it (velscan --backend .../libsane-fake.so --manufacturer fake) finds
+ * the ready-made scanner of fakedriver_load_default_script.
+ *
  * A scripted result (fakedriver_queue_result, fakedriver_set_result) replaces
  * the status and info of a call; a call whose status is not SANE_STATUS_GOOD
  * leaves both the option and the caller's buffer alone.

@@ -20,6 +20,7 @@
 #include <QTranslator>
 
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// Answers every message box that opens, keeping its text.
+// Answers every message box that opens, keeping its text; inspect sees the box first.
 class BoxAnswerer : public QObject
 {
 public:
@@ -36,6 +37,8 @@ public:
     {
         connect(&m_timer, &QTimer::timeout, this, [this] {
             for (QMessageBox* box : visibleMessageBoxes()) {
+                if (inspect)
+                    inspect(box);
                 texts << box->text();
                 box->done(QMessageBox::Ok);
             }
@@ -43,6 +46,7 @@ public:
         m_timer.start(5);
     }
     QStringList texts;
+    std::function<void(QMessageBox*)> inspect;
 
 private:
     QTimer m_timer;

@@ -87,6 +87,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>about </source>
+        <translation>关于 </translation>
+    </message>
+    <message>
+        <source>Not supported</source>
+        <translation>不支持</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Device model: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;设备型号：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Driver version: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;驱动版本：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Firmware number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;固件版本：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Serial number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;序列号：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Roller count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;滚轴计数：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;History count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;历史扫描张数：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Initial startup time: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;首次开机时间：%1&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
     <name>Widget</name>
     <message>
         <source>zuobiaozhou</source>

@@ -87,6 +87,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>about </source>
+        <translation>About </translation>
+    </message>
+    <message>
+        <source>Not supported</source>
+        <translation>Not supported</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Device model: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Model: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Driver version: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Driver Version: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Firmware number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Firmware Version: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Serial number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Serial Number: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Roller count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Roller Count: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;History count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Scan Count: %1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Initial startup time: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Initial Startup Time: %1&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
     <name>Widget</name>
     <message>
         <source>zuobiaozhou</source>

@@ -87,6 +87,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>about </source>
+        <translation>關於 </translation>
+    </message>
+    <message>
+        <source>Not supported</source>
+        <translation>不支援</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Device model: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;設備型號：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Driver version: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;驅動版本：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Firmware number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;韌體版本：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Serial number: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;序號：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Roller count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;滾軸計數：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;History count: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;歷史掃描張數：%1&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Initial startup time: %1&lt;/p&gt;</source>
+        <translation>&lt;p&gt;首次開機時間：%1&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
     <name>Widget</name>
     <message>
         <source>zuobiaozhou</source>
