@@ -1,11 +1,14 @@
 #include "window_watcher.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDialog>
 #include <QPushButton>
+#include <QStringList>
 #include <QDir>
 #include <QImage>
 #include <QThread>
+#include <QTimer>
 
 namespace {
 constexpr int kTickMs = 100;
@@ -25,12 +28,25 @@ void answer(QDialog* dialog)
         }
         return;
     }
-    // What an unattended user wants of the settings is a scan; the end of the
-    // scan closes them.
+    // An unattended user looks at the About box and each tool the device
+    // offers, once, then scans; the end of the scan closes the settings.
     if (dialog->inherits("zy_settingdialog")) {
-        for (QPushButton* b : buttons) {
-            if (b->objectName() == "pbtn_scan" && b->isVisible() && b->isEnabled())
-                b->click();
+        QStringList opened = dialog->property("velscanOpened").toStringList();
+        for (const char* name : {"pbtn_about", "pbtn_crop", "pbtn_toneCurve", "pbtn_scan"}) {
+            auto* b = dialog->findChild<QPushButton*>(name);
+            if (!b || b->isHidden() || opened.contains(name))
+                continue;
+            // A tool opens while the box beside it is ticked.
+            auto* box = b->parentWidget()->findChild<QCheckBox*>();
+            if (!b->isEnabled() && box && box->isEnabled() && !box->isChecked())
+                box->click();
+            if (!b->isEnabled())
+                continue;
+            opened << name;
+            dialog->setProperty("velscanOpened", opened);
+            // Later: a tool runs its own modal loop, which must not run inside this tick.
+            QTimer::singleShot(0, b, &QPushButton::click);
+            return;
         }
         return;
     }

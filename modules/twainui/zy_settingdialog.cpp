@@ -144,6 +144,7 @@ void zy_settingdialog::createUI()
     m_buttonRow = new QHBoxLayout(buttons);
     m_buttonRow->setContentsMargins(0, 0, 0, 0);
     m_aboutButton = new QPushButton(tr("about..."));
+    m_aboutButton->setObjectName(QStringLiteral("pbtn_about"));
     m_scanButton = new QPushButton(tr("scan"));
     m_scanButton->setObjectName(QStringLiteral("pbtn_scan"));
     m_okButton = new QPushButton(tr("ok"));
@@ -301,6 +302,7 @@ void zy_settingdialog::create_controls(int id, const option_value& entry, page& 
         if (area || name_is(d, "is-custom-gamma")) {
             // The tool opens from the button beside the box, while it is checked.
             auto* tool = new QPushButton(area ? tr("regional crop") : tr("custom tone curve"));
+            tool->setObjectName(area ? QStringLiteral("pbtn_crop") : QStringLiteral("pbtn_toneCurve"));
             tool->setFixedWidth(kToolButtonWidth);
             field->setMaximumWidth(kToolContainerMaxWidth);
             row->addWidget(tool);
