@@ -29,7 +29,7 @@ max_len() {
 
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DVEL_BUILD_FUZZ=ON -DVEL_SANITIZE=address,undefined \
-  -DVEL_BUILD_TESTS=OFF -DVEL_BUILD_BENCH=OFF -DVEL_BUILD_EXAMPLES=OFF >/dev/null
+  -DBUILD_TESTING=OFF -DVEL_BUILD_BENCH=OFF -DVEL_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$build" --target "${targets[@]}" -j2
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}

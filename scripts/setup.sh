@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake pkg-config
+  build-essential cmake pkg-config dpkg-dev file
   qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n
   libcjson-dev libsane-dev libsane1
   libgtest-dev libgmock-dev libbenchmark-dev

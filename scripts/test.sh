@@ -27,7 +27,9 @@ for pass in $passes; do
   plain)
     build=${BUILD_DIR:-$root/build}
     echo "== plain: $build"
-    BUILD_DIR=$build bash "$root/scripts/build.sh"
+    # /usr: the package test packs this build in Debian's layout.
+    BUILD_DIR=$build bash "$root/scripts/build.sh" -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=ON \
+      -DCMAKE_INSTALL_PREFIX=/usr
     run_tests "$build"
     ;;
   sanitize)
@@ -39,7 +41,7 @@ for pass in $passes; do
     export LSAN_OPTIONS=suppressions=$root/scripts/lsan.supp:print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     BUILD_DIR=$build bash "$root/scripts/build.sh" -DVEL_SANITIZE=address,undefined \
-      -DVEL_BUILD_BENCH=OFF
+      -DBUILD_TESTING=ON -DVEL_BUILD_BENCH=OFF
     run_tests "$build"
     ;;
   *)

@@ -25,19 +25,47 @@
 #include <QDir>
 #include <QThread>
 
+#include <dlfcn.h>
+#include <limits.h>
+
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
+// SANE keeps its backends in sane/ beside libsane, wherever the system put it.
+std::string saneBackendDir()
+{
+    void* sane = dlopen("libsane.so.1", RTLD_LAZY | RTLD_LOCAL);
+    char dir[PATH_MAX] = {};
+    const bool found = sane && dlinfo(sane, RTLD_DI_ORIGIN, dir) == 0;
+    if (sane)
+        dlclose(sane);
+    return found ? std::string(dir) + "/sane" : std::string();
+}
+
+// The test backend's settings: beside velscan in the build tree, in share/ once installed.
+std::string saneConfigDir()
+{
+    std::error_code error;
+    const auto bin = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& dir : {bin / "sane", bin / ".." / "share" / "velscan" / "sane"}) {
+        if (std::filesystem::exists(dir / "test.conf", error))
+            return dir.lexically_normal().string();
+    }
+    return {};
+}
+
 struct Options {
     bool ownThread = false;
-    std::string library = VELSCAN_DEFAULT_LIBRARY;
-    std::string backends = VELSCAN_SANE_BACKEND_DIR;
+    // Hosts open the library by this name; the build tree's velscan finds its own.
+    std::string library = "libVelTwainUI.so";
+    std::string backends = saneBackendDir();
     std::string backend; // empty: the user chooses (own thread: the test backend)
     std::string manufacturer = "test";
     std::string device; // empty: the user chooses (own thread: the first one)
@@ -131,7 +159,9 @@ int main(int argc, char** argv)
             options.autoCloseMs = 1500;
     }
     // The test backend reads its settings from here unless the user chose others.
-    setenv("SANE_CONFIG_DIR", VELSCAN_SANE_CONFIG_DIR, 0);
+    const std::string saneConfig = saneConfigDir();
+    if (!saneConfig.empty())
+        setenv("SANE_CONFIG_DIR", saneConfig.c_str(), 0);
 
     std::unique_ptr<QApplication> app;
     if (!options.ownThread) {
@@ -139,8 +169,7 @@ int main(int argc, char** argv)
         app = std::make_unique<QApplication>(appArgc, argv);
     }
     TwainUiLibrary ui;
-    // An installed velscan finds the installed library through the search path.
-    if (!ui.load(options.library) && !ui.load("libVelTwainUI.so.1"))
+    if (!ui.load(options.library))
         return fail(ui.error());
 
     std::unique_ptr<WindowWatcher> watcher;
@@ -219,6 +248,11 @@ int main(int argc, char** argv)
     std::atomic<bool> settingsClosed{false};
     ui_event_callback settingsEvent;
     _sane_api api = backend.api();
+    // The device's saved settings first, as a scan without the dialog would have them.
+    if (char* scheme = ui.apply_current_config(device.c_str(), backend.handle(), &api)) {
+        std::printf("velscan: applied the configuration scheme \"%s\"\n", scheme);
+        ui.twain_ui_free(scheme);
+    }
     ui.show_setting_ui(backend.handle(), nullptr, &api, device.c_str(), true,
                        [&](ui_result result) {
                            if (result == UI_RESULT_START_SCAN)

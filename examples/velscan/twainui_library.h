@@ -23,6 +23,7 @@ public:
     decltype(&::close_ui) close_ui = nullptr;
     decltype(&::pump_ui_message) pump_ui_message = nullptr;
     decltype(&::twain_ui_free) twain_ui_free = nullptr;
+    decltype(&::apply_current_config) apply_current_config = nullptr;
     decltype(&::choose_scanner) choose_scanner = nullptr;
     decltype(&::show_progress_ui) show_progress_ui = nullptr;
     decltype(&::show_srclist_ui) show_srclist_ui = nullptr;

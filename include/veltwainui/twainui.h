@@ -4,6 +4,8 @@
 #ifndef VELTWAINUI_TWAINUI_H
 #define VELTWAINUI_TWAINUI_H
 
+#include <veltwainui/veltwainui_export.h>
+
 #include <sane/sane.h>
 
 #include <cstddef>
@@ -14,8 +16,6 @@
 
 class QWidget;
 typedef struct ZyDll_ ZyDll;
-
-#define VELTWAINUI_EXPORT __attribute__((visibility("default")))
 
 // ---- results and events ---------------------------------------------------
 enum ui_result : int32_t {
@@ -170,6 +170,22 @@ VELTWAINUI_EXPORT void pump_ui_message();
 
 // Frees text that the library handed to the host.
 VELTWAINUI_EXPORT void twain_ui_free(void* p);
+
+// ---- configuration without a dialog ----------------------------------------
+// Applies the scheme selected in the device's configuration file to the open
+// device: its "restore" option is pressed, then each stored value written. The
+// file is "<first word of dev_name> <product id in hex>.cfg" in the library's
+// configuration directory (the whole dev_name when the driver reports no
+// product id); without one the device is only restored to its defaults. The
+// configuration stays loaded for show_setting_ui. Returns the scheme's name
+// (the default scheme is "默认设置"), to be freed with twain_ui_free.
+VELTWAINUI_EXPORT char* apply_current_config(const char* dev_name, void* dev, _sane_api* api);
+// The same with a configuration handed over as text, as get_config_content gave
+// it; text that does not parse restores the defaults. Returns 0.
+VELTWAINUI_EXPORT int apply_given_config(const char* content, void* dev, _sane_api* api);
+// The text of the loaded configuration as last loaded or saved, or "{}" before
+// any; to be freed with twain_ui_free.
+VELTWAINUI_EXPORT char* get_config_content();
 
 } // extern "C"
 

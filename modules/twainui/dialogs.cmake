@@ -25,8 +25,11 @@ add_library(twainui_ui OBJECT
   zy_settingdialog_roundtrip.cpp
   zy_settingdialog_close.cpp
   zy_settingdialog_tools.cpp
+  zy_settingdialog_apply.cpp
+  zy_settingdialog_schemes.cpp
+  device_menu.cpp
 )
-target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_include_directories(twainui_ui PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(twainui_ui PUBLIC
-  twainui_dialogs twainui_config twainui_driver twainui_editors VelBase lexipak Qt5::Widgets
-  Threads::Threads)
+  twainui_headers twainui_dialogs twainui_config twainui_driver twainui_editors VelBase lexipak
+  Qt5::Widgets Threads::Threads)

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#include <strings.h>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -218,6 +220,19 @@ std::string kr_model_from_pid(const char* pid)
 std::string vel_model_from_pid(const char* pid)
 {
     return model_from_pid(pid, kVelModels, "V");
+}
+
+std::string converted_device_name(const char* vendor, const char* pid)
+{
+    if (!vendor)
+        return std::string();
+    for (const gb::brand& b : gb::kBrands) {
+        // The prefix is the vendor's word and a blank.
+        const size_t word = strlen(b.prefix) - 1;
+        if (strlen(vendor) == word && strncasecmp(vendor, b.prefix, word) == 0)
+            return b.prefix + b.model(pid);
+    }
+    return std::string();
 }
 
 } // namespace updater

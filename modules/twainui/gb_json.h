@@ -303,6 +303,10 @@ namespace updater {
 std::string zy_model_from_pid(const char* pid);
 std::string kr_model_from_pid(const char* pid);
 std::string vel_model_from_pid(const char* pid);
+// The name the converter gives the file of a device whose title named the
+// brand with the device name's first word vendor ("ZYTRASCAN", any case) and
+// the product id pid ("7203"): "ZYTRASCAN G72S". Empty for other vendors.
+std::string converted_device_name(const char* vendor, const char* pid);
 } // namespace updater
 
 #endif

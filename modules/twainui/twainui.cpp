@@ -19,7 +19,12 @@
 //   or else from an exit handler, which can only park the thread where it stands.
 // Everything else crosses threads as copies inside queued signals.
 #include "Manager.h"
+#include "app_cfg.h"
+#include "device_menu.h"
 #include "gb_json.h"
+#include "module_config.h"
+#include "sane_driver.h"
+#include "zy_settingdialog.h"
 
 #include <veltwainui/twainui.h>
 #include <ZyBase.h>
@@ -28,10 +33,13 @@
 #include <QPixmapCache>
 #include <QThread>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -52,6 +60,9 @@ Qt::HANDLE g_uiThreadId = nullptr;
 bool g_uiStopping = false;
 // The current device's configuration file, handed to the settings dialog.
 gb::scanner_cfg* scanner_cfg_ = nullptr;
+// Its text as last loaded or saved (empty: none loaded), which get_config_content
+// hands out: the dialog edits scanner_cfg_ on the UI thread without a lock.
+std::string scanner_cfg_text_;
 
 void ThreadFunc(void* handOver)
 {
@@ -196,7 +207,104 @@ gb::scanner_cfg* configurationForDialog()
     return scanner_cfg_;
 }
 
+// ---- configuration without a dialog ------------------------------------------
+
+// The older single configuration file, converted once into one file per device.
+constexpr char kOldConfigFile[] = "scanner.schm";
+constexpr std::size_t kConfigPathBytes = 512;
+
+// Text handed to the host, freed with twain_ui_free.
+char* hostText(const std::string& text, std::size_t bytes)
+{
+    char* out = new char[std::max(bytes, text.size() + 4)]();
+    std::memcpy(out, text.data(), text.size());
+    return out;
+}
+
+// Whatever the driver calls its device, the name stays one file in the directory.
+std::string standardised(const std::string& name)
+{
+    char buf[kConfigPathBytes];
+    return ZyBase_StandardiseFileName(name.c_str(), buf, sizeof(buf)) == 0 ? buf : "_";
+}
+
+std::string hexId(SANE_Word pid)
+{
+    char hex[16];
+    std::snprintf(hex, sizeof(hex), "%x", static_cast<unsigned int>(pid));
+    return hex;
+}
+
+// The device's configuration file: "ABC 1a2b.cfg" for "ABC Scanner Model" with
+// product id 0x1a2b, the whole name without an id. The converter names the files
+// of older releases by model ("ZYTRASCAN G72S.cfg" for id 7203): such a file is
+// taken over once by the name the id gives.
+std::string deviceFile(const std::string& dir, const std::string& devName, SANE_Word pid)
+{
+    const std::string vendor = devName.substr(0, devName.find(' '));
+    const std::string file =
+        dir + standardised(pid != 0 ? vendor + " " + hexId(pid) : devName) + ".cfg";
+    if (pid == 0 || access(file.c_str(), F_OK) == 0)
+        return file;
+    const std::string model = updater::converted_device_name(vendor.c_str(), hexId(pid).c_str());
+    if (model.empty())
+        return file;
+    const std::string converted = dir + standardised(model) + ".cfg";
+    if (renameat2(AT_FDCWD, converted.c_str(), AT_FDCWD, file.c_str(), RENAME_NOREPLACE) == 0
+        || errno == ENOENT || errno == EEXIST)
+        return file;
+    return converted; // a file system that cannot rename: read it where it is
+}
+
+void convertOldConfiguration(const std::string& dir, SANE_Handle dev, const _sane_api& api)
+{
+    const std::string old = dir + kOldConfigFile;
+    if (access(old.c_str(), F_OK) != 0)
+        return;
+    dev_que options(dev, &api);
+    gb::scanner_cfg::_update_func func{dev_que::trans_number, dev_que::title_2_name, &options};
+    const int err = gb::scanner_cfg::update(old.c_str(), &func);
+    if (err != 0)
+        ZyBase_WriteInfo(ZYBASE_LOG_ERROR, "[apply_current_config] %s not converted: %d",
+                         old.c_str(), err);
+}
+
+// The configuration directory, created; empty when there is none.
+std::string configDirectory()
+{
+    char dir[kConfigPathBytes] = {};
+    if (GetConfigPath(dir, sizeof(dir)) != 0)
+        return std::string();
+    ZyBase_CreateDir(dir);
+    return dir;
+}
+
+// Applies cfg's selected scheme; its name, or empty when there is none.
+std::string applySelected(gb::scanner_cfg* cfg, void* dev, _sane_api api)
+{
+    gb::sane_config_schm* scheme = cfg->get_scheme(nullptr);
+    if (!scheme)
+        return std::string();
+    zy_settingdialog::apply_scheme(dev, &api, scheme);
+    std::string name = scheme->get_scheme_name();
+    scheme->release();
+    return name;
+}
+
+// Every export starts the UI first; nothing is held afterwards.
+void startUi()
+{
+    const ManagerAccess manager(ManagerAccess::Start);
+}
+
 } // namespace
+
+void configurationSaved(const gb::scanner_cfg* cfg, std::string text)
+{
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    if (cfg == scanner_cfg_)
+        scanner_cfg_text_ = std::move(text);
+}
 
 ManagerAccess::ManagerAccess(Mode mode) : m_lock(g_mutex)
 {
@@ -300,6 +408,64 @@ void pump_ui_message()
 void twain_ui_free(void* p)
 {
     delete[] static_cast<char*>(p);
+}
+
+char* apply_current_config(const char* dev_name, void* dev, _sane_api* api)
+{
+    startUi();
+    const _sane_api driver = api ? *api : _sane_api{};
+    auto* cfg = new gb::scanner_cfg();
+    const std::string dir = configDirectory();
+    if (!dir.empty()) {
+        convertOldConfiguration(dir, dev, driver);
+        SANE_Word pid = 0;
+        read_private_word(driver, dev, SANE_PRIVATE_PRODUCT_ID, &pid);
+        cfg->load_file(deviceFile(dir, dev_name ? dev_name : "", pid).c_str());
+    }
+    std::string name = applySelected(cfg, dev, driver);
+    if (name.empty())
+        name = QCoreApplication::translate("scanner_cfg", "default_setting").toUtf8().toStdString();
+
+    // Published only now: until here no other thread could see it.
+    std::string text = cfg->to_text(true);
+    gb::scanner_cfg* previous = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        previous = std::exchange(scanner_cfg_, cfg);
+        scanner_cfg_text_ = std::move(text);
+    }
+    if (previous)
+        previous->release();
+    return hostText(name, 0);
+}
+
+int apply_given_config(const char* content, void* dev, _sane_api* api)
+{
+    startUi();
+    const _sane_api driver = api ? *api : _sane_api{};
+    auto* cfg = new gb::scanner_cfg();
+    // Placed in the configuration directory (loading the directory reads nothing),
+    // so that a copy of text that does not parse lands there and not wherever the
+    // host happens to run.
+    const std::string dir = configDirectory();
+    if (!dir.empty())
+        cfg->load_file(dir.c_str());
+    cfg->load_mem(content ? content : "", true);
+    applySelected(cfg, dev, driver);
+    cfg->release();
+    return 0;
+}
+
+char* get_config_content()
+{
+    startUi();
+    std::string text;
+    {
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        text = scanner_cfg_text_;
+    }
+    // Before any configuration: empty JSON, which apply_given_config takes as such.
+    return text.empty() ? hostText("{}", 20) : hostText(text, 0);
 }
 
 } // extern "C"

@@ -38,8 +38,6 @@ namespace {
 constexpr int kDialogWidth = 740;
 constexpr int kPanelWidth = 195;
 constexpr int kPanelHeight = 500;
-constexpr int kPanelItemWidth = 180;
-constexpr int kPanelButtonWidth = 100;
 constexpr int kSliderPairMinWidth = 300;
 constexpr int kSliderMinWidth = 120;
 constexpr int kSpinWidth = 150;
@@ -104,8 +102,11 @@ zy_settingdialog::zy_settingdialog(Manager* mgr, void* devHandle, const _sane_ap
     m_optionValuesAtStart = m_optionValues;
     m_gammaAtStart = m_gamma;
 
+    connect(m_schemeCombo, &QComboBox::currentTextChanged, this,
+            &zy_settingdialog::on_current_scheme_changed);
     connect(this, &zy_settingdialog::scan_status, this, &zy_settingdialog::on_scan_status,
             Qt::QueuedConnection);
+    updateRestorePushButton();
     if (eventCallback)
         *eventCallback = &zy_settingdialog::FuncNotify;
 }
@@ -223,55 +224,6 @@ zy_settingdialog::page zy_settingdialog::new_page(const QString& title) const
     p.form->setVerticalSpacing(0);
     p.area->setWidget(p.form_widget);
     return p;
-}
-
-void zy_settingdialog::create_scheme_management_ui(QVBoxLayout* layout)
-{
-    auto* label = new QLabel(tr("existing configuration scheme"));
-    label->setFixedWidth(kPanelItemWidth);
-    label->setWordWrap(true);
-    m_schemeCombo = new QComboBox;
-    m_schemeCombo->setFixedWidth(kPanelItemWidth);
-    std::vector<std::string> names;
-    m_cfg->get_all_schemes(names);
-    for (const std::string& name : names)
-        m_schemeCombo->addItem(QString::fromStdString(name));
-    const int current =
-        m_schemeCombo->findText(QString::fromStdString(m_cfg->get_current_scheme_name()));
-    m_schemeCombo->setCurrentIndex(current >= 0 ? current : 0);
-    layout->addWidget(label);
-    layout->addWidget(m_schemeCombo);
-
-    m_addButton = new QPushButton(tr("Add new"));
-    m_saveButton = new QPushButton(tr("Save"));
-    m_deleteButton = new QPushButton(tr("Delete"));
-    m_deleteAllButton = new QPushButton(tr("Delete all"));
-    for (QPushButton* button : {m_addButton, m_saveButton, m_deleteButton, m_deleteAllButton}) {
-        button->setFixedWidth(kPanelButtonWidth);
-        layout->addWidget(button, 0, Qt::AlignHCenter);
-    }
-
-    m_restoreLabel = new QLabel;
-    m_restoreLabel->setWordWrap(true);
-    m_restoreLabel->setStyleSheet(QStringLiteral("color:red;"));
-    // The warning is long and the panel narrow: a size smaller keeps it whole.
-    QFont small = m_restoreLabel->font();
-    small.setPointSizeF(small.pointSizeF() * 0.9);
-    m_restoreLabel->setFont(small);
-    m_restoreButton = new QPushButton(tr("Restore"));
-    m_restoreButton->setFixedWidth(kPanelButtonWidth);
-    m_restoreLabel->hide();
-    m_restoreButton->hide();
-    layout->addWidget(m_restoreLabel);
-    layout->addWidget(m_restoreButton, 0, Qt::AlignHCenter);
-    layout->addStretch();
-
-    // Choosing and editing schemes is not connected yet: the panel shows the
-    // file's schemes and stays off until it is.
-    for (QWidget* w : std::initializer_list<QWidget*>{m_schemeCombo, m_addButton, m_saveButton,
-                                                      m_deleteButton, m_deleteAllButton,
-                                                      m_restoreButton})
-        w->setEnabled(false);
 }
 
 void zy_settingdialog::create_controls(int id, const option_value& entry, page& current)

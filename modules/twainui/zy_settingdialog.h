@@ -10,6 +10,8 @@
 //   zy_settingdialog_roundtrip.cpp  the control slots and their conversions
 //   zy_settingdialog_close.cpp      buttons, keys, closing, undo and scan status
 //   zy_settingdialog_tools.cpp      the About box, the crop tool and the tone curve
+//   zy_settingdialog_apply.cpp      writing a scheme to the device
+//   zy_settingdialog_schemes.cpp    the scheme panel
 #ifndef ZY_SETTINGDIALOG_H
 #define ZY_SETTINGDIALOG_H
 
@@ -107,6 +109,19 @@ public:
     // the scheme selected in the panel.
     void updateRestorePushButton();
 
+    // Writes scheme to the device without any widget, from any thread: every
+    // "restore" button is pressed first, then each stored value is written to
+    // the option of its name. A null scheme only restores the defaults.
+    static void apply_scheme(void* devHandle, _sane_api* api, gb::sane_config_schm* scheme);
+    // The stricter way: every option set to automatic, then the scheme's values
+    // by its own option numbers; a tone curve only when it is a whole record.
+    void apply_current_scheme();
+    // Enables the panel's buttons that may act on the selected entry.
+    void updateSchemeManagerUi();
+    // A name for the device's current settings, unique within the file, in the
+    // user's language ("Color-300dpi-A4"); *index is where it would be listed.
+    QString find_current_scheme_menu(int* index);
+
 signals:
     // May be emitted from any thread; reaches on_scan_status queued.
     void scan_status(QString info, bool isScanning);
@@ -130,6 +145,12 @@ public slots:
     // The tools: enabled only while their option's box is checked.
     void slot_cutButtonClicked();
     void slot_gammaButtonClicked();
+    void slot_pushButton_scheme_management();
+    // The scheme chosen in the list is applied and every row refreshed.
+    void on_current_scheme_changed();
+    // Presses the device's "restore" (again, after its own button) and updates
+    // the warning.
+    void restore_2_default_settings();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -195,6 +216,23 @@ private:
     // the device gave none.
     bool read_tone_curve();
     void write_tone_curve(const ToneCurveRecord& record);
+
+    // the scheme panel (zy_settingdialog_schemes.cpp)
+    void fill_scheme_list();
+    // The file's name of the listed entry: the first entry is the default scheme
+    // whatever its shown (translated) name.
+    std::string scheme_name_at(int index) const;
+    std::string selected_scheme_name() const;
+    // Makes scheme (one reference taken over) the scheme in use.
+    void take_scheme(gb::sane_config_schm* scheme);
+    void save_configuration();
+    bool confirm_deletion(const QString& text);
+    bool name_taken(const QString& name) const;
+    void add_scheme();
+    void save_scheme();
+    void delete_scheme();
+    void delete_all_schemes();
+    void restore_scheme();
 
     // closing (zy_settingdialog_close.cpp)
     void cancelScheme();
@@ -274,6 +312,7 @@ private:
     QPushButton* m_deleteAllButton = nullptr;
     QLabel* m_restoreLabel = nullptr;
     QPushButton* m_restoreButton = nullptr;
+    int m_addedCount = 0;
 
     std::function<void(ui_result)> m_callback;
     bool m_isScanning = false;

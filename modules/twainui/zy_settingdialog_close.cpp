@@ -81,20 +81,15 @@ void zy_settingdialog::closeEvent(QCloseEvent* event)
         return;
     }
     if (m_closeCode == 0) {
-        // The default entry's shown name is translated; the file knows it by its own.
-        const bool defaultSelected = m_schemeCombo->currentIndex() <= 0;
-        const std::string name = defaultSelected ? gb::scanner_cfg::user_default_scheme_name()
-                                                 : m_schemeCombo->currentText().toStdString();
-        gb::sane_config_schm* chosen = m_cfg->get_scheme(name.c_str());
+        gb::sane_config_schm* chosen = m_cfg->get_scheme(selected_scheme_name().c_str());
         if (!chosen)
             chosen = m_cfg->get_scheme(gb::scanner_cfg::user_default_scheme_name().c_str());
-        m_curScheme->release();
-        m_curScheme = chosen;
+        take_scheme(chosen);
         // A named scheme changes only through the panel's Save.
-        if (defaultSelected)
+        if (m_schemeCombo->currentIndex() <= 0)
             updateSchemeFromUi(m_curScheme);
         m_cfg->select_scheme(m_curScheme->get_scheme_name().c_str());
-        m_cfg->save();
+        save_configuration();
     } else {
         cancelScheme();
     }
@@ -235,31 +230,6 @@ void zy_settingdialog::updateSchemeFromUi(gb::sane_config_schm* scheme)
     if (customGamma && read_tone_curve())
         scheme->config_changed("is-custom-gamma", reinterpret_cast<const char*>(m_gamma.data()),
                                ToneCurveRecord::Size, true);
-}
-
-void zy_settingdialog::updateRestorePushButton()
-{
-    const bool defaultSelected = m_schemeCombo->currentIndex() <= 0;
-    const std::string name = defaultSelected ? gb::scanner_cfg::user_default_scheme_name()
-                                             : m_schemeCombo->currentText().toStdString();
-    gb::sane_config_schm* selected = m_cfg->get_scheme(name.c_str());
-    bool differs = false;
-    if (selected) {
-        // The selected scheme as it would be if captured now: what it holds
-        // beyond this device's options does not count as a difference.
-        gb::sane_config_schm* now = selected->copy();
-        updateSchemeFromUi(now);
-        differs = !now->is_equal(selected);
-        now->release();
-        selected->release();
-    }
-    m_restoreLabel->setText(
-        tr("The current parameter settings are inconsistent with the configuration scheme "
-           "'%1'. To use the configuration scheme '%1' parameters, please click the restore "
-           "button")
-            .arg(m_schemeCombo->currentText()));
-    m_restoreLabel->setVisible(differs);
-    m_restoreButton->setVisible(differs);
 }
 
 void zy_settingdialog::on_scan_status(QString info, bool isScanning)

@@ -388,5 +388,9 @@ void zy_settingdialog::slot_pushButtonClicked()
     }
     if (info & SANE_INFO_RELOAD_OPTIONS)
         updateUIStatus();
-    updateRestorePushButton();
+    // Pressed once more, deliberately, by the same path as the scheme panel's reset.
+    if (name_is(find_option_description(id), "restore"))
+        restore_2_default_settings();
+    else
+        updateRestorePushButton();
 }

@@ -88,8 +88,9 @@ void expectNoStrayConfigFiles(const std::string& dir, const std::string& target)
 {
     for (const std::string& name : veltest::entries(dir)) {
         const fs::path path = fs::path(dir) / name;
-        if (path != fs::path(target))
+        if (path != fs::path(target)) {
             EXPECT_TRUE(path.extension() != ".cfg" && path.extension() != ".schm") << "stray file " << name;
+        }
     }
 }
 

@@ -128,8 +128,9 @@ TEST(JsonDocument, SettingADocumentMovesItAndDropsTheMembersAfter)
         EXPECT_FALSE(d->set_value("k", val.get())) << "an emptied document moves nothing";
         EXPECT_FALSE(d->set_value("k", d.get()));
         // The list stays usable for appends.
-        if (d->is_object())
+        if (d->is_object()) {
             EXPECT_TRUE(d->set_value("d", 4));
+        }
     }
 }
 

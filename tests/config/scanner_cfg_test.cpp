@@ -263,8 +263,9 @@ TEST(ScannerConfig, BrokenTextKeepsTheContentAndLeavesACopy)
     auto cfg = sampleConfig();
     for (const auto& row : rows) {
         EXPECT_EQ(cfg->load_mem(row.text.c_str(), row.inBase64), 22) << row.text.substr(0, 40);
-        if (!row.copy.empty())
+        if (!row.copy.empty()) {
             EXPECT_EQ(cfgtest::readFile(dir.file("err_cfg.txt")), row.copy);
+        }
         EXPECT_EQ(cfgtest::userSchemes(*cfg).size(), 3u);
         EXPECT_EQ(cfg->get_current_scheme_name(), "Photo/Scan");
     }

@@ -127,8 +127,9 @@ TEST_F(ImageView, ScrollBarsFollowTheShownPart)
         ASSERT_EQ(m_view.realSize(), 0);
         for (const auto& [status, expected] : c.parts) {
             EXPECT_EQ(m_view.scrollPartRect(status), expected) << status;
-            if (!expected.isEmpty()) // its corner: the slider covers the track's middle
+            if (!expected.isEmpty()) { // its corner: the slider covers the track's middle
                 EXPECT_EQ(m_view.getMouseStatus(expected.topLeft() + QPoint(1, 1)), status);
+            }
         }
         EXPECT_EQ(m_view.getMouseStatus({100, 100}), ZyImgView::StatusImage);
     }

@@ -180,8 +180,9 @@ TEST_F(SettingsDialog, OneControlPerOptionByTypeAndConstraintScanOnlyWhenAsked)
             EXPECT_EQ(rowShown(w), r.visible);
         }
         EXPECT_EQ(classes, r.classes);
-        if (r.comboKind >= 0)
+        if (r.comboKind >= 0) {
             EXPECT_EQ(controls[0]->property("combox_value_type").toInt(), r.comboKind);
+        }
     }
     // The fixed list's range runs from its smallest to its largest word.
     EXPECT_EQ(ui.control<QSlider>(id("fixed-list"))->maximum(), 1000);
@@ -280,7 +281,7 @@ TEST_F(SettingsDialog, RefusedAndAdjustedValuesShowTheDevice)
 TEST_F(SettingsDialog, ReloadShowsActiveRowsAndNeverTheCropArea)
 {
     fakedriver_active_when_string(id("sharpen"), id("mode"), "彩色");
-    zy_settingdialog* dialog = open();
+    open();
     auto visible = [&](const char* name) { return rowShown(ui.dialog()->find_control(id(name))[0]); };
 
     QTest::mouseClick(ui.control<QCheckBox>(id("is-custom-area")), Qt::LeftButton);
@@ -366,8 +367,9 @@ TEST_F(SettingsDialog, OkKeepsAndRecordsEverythingElseUndoes)
         gb::sane_config_schm* scheme = file->get_scheme(nullptr);
         std::string contrast;
         EXPECT_EQ(scheme->get_config("contrast", contrast), c.keeps) << "only OK saves the file";
-        if (c.keeps)
+        if (c.keeps) {
             EXPECT_EQ(contrast, word(6));
+        }
         scheme->release();
         file->release();
 

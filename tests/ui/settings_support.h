@@ -29,7 +29,8 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// Answers every message box that opens, keeping its text; inspect sees the box first.
+// Answers every message box that opens with answer, keeping its text; inspect
+// sees the box first.
 class BoxAnswerer : public QObject
 {
 public:
@@ -40,12 +41,13 @@ public:
                 if (inspect)
                     inspect(box);
                 texts << box->text();
-                box->done(QMessageBox::Ok);
+                box->done(answer);
             }
         });
         m_timer.start(5);
     }
     QStringList texts;
+    int answer = QMessageBox::Ok;
     std::function<void(QMessageBox*)> inspect;
 
 private:

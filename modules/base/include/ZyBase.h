@@ -5,13 +5,9 @@
 #ifndef ZYBASE_H
 #define ZYBASE_H
 
-#include <stddef.h>
+#include "velbase_export.h"
 
-#if defined(_WIN32)
-#define ZYBASE_API __declspec(dllexport)
-#else
-#define ZYBASE_API __attribute__((visibility("default")))
-#endif
+#include <stddef.h>
 
 #ifdef __cplusplus
 extern "C" {

@@ -2,7 +2,7 @@
 #ifndef LEXIPAK_H
 #define LEXIPAK_H
 
-#define LEXIPAK_API __attribute__((visibility("default")))
+#include "lexipak_export.h"
 
 #define LEXIPAK_CP_SIMPLIFIED_CHINESE 936
 #define LEXIPAK_CP_TRADITIONAL_CHINESE 950

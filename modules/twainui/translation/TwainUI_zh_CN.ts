@@ -9,6 +9,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>Add new scheme</source>
+        <translation>新增配置方案</translation>
+    </message>
+    <message>
+        <source>tips</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>The configuration scheme already exists</source>
+        <translation>配置方案已存在</translation>
+    </message>
+    <message>
+        <source>be sure to delete the configuration</source>
+        <translation>确认删除配置</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete the configuration &quot;</source>
+        <translation>确定要删除配置方案“</translation>
+    </message>
+    <message>
+        <source>&quot; ?</source>
+        <translation>”吗？</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete the configuration?</source>
+        <translation>确定要删除全部配置方案吗？</translation>
+    </message>
+    <message>
+        <source>%1dpi</source>
+        <translation>%1dpi</translation>
+    </message>
+    <message>
+        <source>scheme</source>
+        <translation>方案</translation>
+    </message>
+</context>
+<context>
     <name>Manager</name>
     <message>
         <source>Prompt</source>

@@ -9,6 +9,45 @@
     </message>
 </context>
 <context>
+    <name>zy_settingdialog</name>
+    <message>
+        <source>Add new scheme</source>
+        <translation>Add new scheme</translation>
+    </message>
+    <message>
+        <source>tips</source>
+        <translation>Prompt</translation>
+    </message>
+    <message>
+        <source>The configuration scheme already exists</source>
+        <translation>The configuration scheme already exists</translation>
+    </message>
+    <message>
+        <source>be sure to delete the configuration</source>
+        <translation>Delete configuration</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete the configuration &quot;</source>
+        <translation>Are you sure you want to delete the configuration &quot;</translation>
+    </message>
+    <message>
+        <source>&quot; ?</source>
+        <translation>&quot;?</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete the configuration?</source>
+        <translation>Are you sure you want to delete all configurations?</translation>
+    </message>
+    <message>
+        <source>%1dpi</source>
+        <translation>%1dpi</translation>
+    </message>
+    <message>
+        <source>scheme</source>
+        <translation>Scheme</translation>
+    </message>
+</context>
+<context>
     <name>Manager</name>
     <message>
         <source>Prompt</source>
