@@ -3,8 +3,6 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 
 namespace {
@@ -15,36 +13,6 @@ bool resolve(void* library, const std::string& manufacturer, const char* functio
     const std::string symbol = "sane_" + manufacturer + "_" + function;
     fn = reinterpret_cast<Fn>(dlsym(library, symbol.c_str()));
     return fn != nullptr;
-}
-
-std::string valueText(const SANE_Option_Descriptor& d, const std::vector<char>& buf)
-{
-    auto word = [&](size_t i) {
-        SANE_Word w = 0;
-        std::copy_n(buf.data() + i * sizeof(SANE_Word), sizeof(SANE_Word),
-                    reinterpret_cast<char*>(&w));
-        return w;
-    };
-    const size_t words = std::max<size_t>(1, size_t(d.size) / sizeof(SANE_Word));
-    char text[64];
-    switch (d.type) {
-    case SANE_TYPE_BOOL:
-        return word(0) ? "yes" : "no";
-    case SANE_TYPE_INT:
-        std::snprintf(text, sizeof text, "%d", word(0));
-        break;
-    case SANE_TYPE_FIXED:
-        std::snprintf(text, sizeof text, "%.2f", SANE_UNFIX(word(0)));
-        break;
-    case SANE_TYPE_STRING:
-        return std::string(buf.data(), strnlen(buf.data(), buf.size()));
-    default:
-        return {};
-    }
-    std::string out = text;
-    if (words > 1)
-        out += " (+" + std::to_string(words - 1) + " more)";
-    return out;
 }
 
 } // namespace
@@ -145,17 +113,6 @@ bool SaneBackend::open(const std::string& device)
     return true;
 }
 
-std::vector<std::string> SaneBackend::devices() const
-{
-    std::vector<std::string> names;
-    const SANE_Device** list = nullptr;
-    if (m_api.sane_get_devices(&list, SANE_TRUE) == SANE_STATUS_GOOD && list) {
-        for (; *list; ++list)
-            names.emplace_back((*list)->name);
-    }
-    return names;
-}
-
 std::vector<DeviceEntry> SaneBackend::deviceEntries() const
 {
     std::vector<DeviceEntry> entries;
@@ -173,10 +130,21 @@ std::vector<DeviceEntry> SaneBackend::deviceEntries() const
 
 const SANE_Option_Descriptor* SaneBackend::find(const std::string& name, SANE_Int* number) const
 {
-    for (const OptionSummary& option : options()) {
-        if (option.name == name) {
-            *number = option.number;
-            return m_api.sane_get_option_descriptor(m_handle, option.number);
+    const SANE_Option_Descriptor* first = m_api.sane_get_option_descriptor(m_handle, 0);
+    if (!first)
+        return nullptr;
+    // Never smaller than the descriptor says.
+    std::vector<char> countBuf(std::max<size_t>(sizeof(SANE_Int), size_t(std::max(first->size, 0))), 0);
+    if (m_api.sane_control_option(m_handle, 0, SANE_ACTION_GET_VALUE, countBuf.data(), nullptr)
+        != SANE_STATUS_GOOD)
+        return nullptr;
+    SANE_Int count = 0;
+    std::copy_n(countBuf.data(), sizeof count, reinterpret_cast<char*>(&count));
+    for (SANE_Int n = 1; n < count; ++n) {
+        const SANE_Option_Descriptor* d = m_api.sane_get_option_descriptor(m_handle, n);
+        if (d && d->name && name == d->name) {
+            *number = n;
+            return d;
         }
     }
     return nullptr;
@@ -207,39 +175,4 @@ bool SaneBackend::selectFeeder()
             return setString("source", source);
     }
     return false;
-}
-
-std::vector<OptionSummary> SaneBackend::options() const
-{
-    std::vector<OptionSummary> result;
-    const SANE_Option_Descriptor* first = m_api.sane_get_option_descriptor(m_handle, 0);
-    if (!first)
-        return result;
-    std::vector<char> countBuf(std::max<size_t>(sizeof(SANE_Int), first->size), 0);
-    if (m_api.sane_control_option(m_handle, 0, SANE_ACTION_GET_VALUE, countBuf.data(), nullptr)
-        != SANE_STATUS_GOOD)
-        return result;
-    SANE_Int count = 0;
-    std::copy_n(countBuf.data(), sizeof count, reinterpret_cast<char*>(&count));
-
-    for (SANE_Int n = 1; n < count; ++n) {
-        const SANE_Option_Descriptor* d = m_api.sane_get_option_descriptor(m_handle, n);
-        if (!d || d->type == SANE_TYPE_GROUP)
-            continue;
-        OptionSummary option;
-        option.number = n;
-        option.name = d->name ? d->name : "";
-        option.title = d->title ? d->title : "";
-        option.type = d->type;
-        option.active = SANE_OPTION_IS_ACTIVE(d->cap);
-        if (option.active && d->type != SANE_TYPE_BUTTON && d->size > 0) {
-            // Never smaller than the descriptor says: arrays and long strings exist.
-            std::vector<char> value(size_t(d->size) + 1, 0);
-            if (m_api.sane_control_option(m_handle, n, SANE_ACTION_GET_VALUE, value.data(), nullptr)
-                == SANE_STATUS_GOOD)
-                option.value = valueText(*d, value);
-        }
-        result.push_back(std::move(option));
-    }
-    return result;
 }

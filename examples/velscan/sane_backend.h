@@ -18,15 +18,6 @@ struct DeviceEntry {
     std::string label; // what people read
 };
 
-struct OptionSummary {
-    int number = 0;
-    std::string name;
-    std::string title;
-    SANE_Value_Type type = SANE_TYPE_INT;
-    bool active = false;
-    std::string value; // readable text of the current value
-};
-
 class SaneBackend
 {
 public:
@@ -42,9 +33,7 @@ public:
     bool adopt(const _sane_api& api, std::function<void()> unload);
     bool open(const std::string& device);
 
-    std::vector<std::string> devices() const;
     std::vector<DeviceEntry> deviceEntries() const;
-    std::vector<OptionSummary> options() const;
 
     // Sets a string option by name, if the device has it.
     bool setString(const std::string& name, const std::string& value);

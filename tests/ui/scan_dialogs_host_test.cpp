@@ -2,12 +2,15 @@
 // selection is built and answered inside the call.
 #include "ui_test_support.h"
 
+#include "fakedriver_api.h"
+
 #include <veltwainui/twainui.h>
 
 #include <gtest/gtest.h>
 
 #include <QLabel>
 #include <QListWidget>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <QWindow>
@@ -149,6 +152,37 @@ TEST_F(ScanDialogs, ProgressFollowsEventsFromAnyThreadUntilTheHostClosesIt)
     waitFor([] { return false; }, 700);
     EXPECT_EQ(closed, 1);
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+// A progress dialog opened over the settings belongs to them; when they go, at the
+// end of the scan or closed by the host, the host still hears that it has closed.
+TEST_F(ScanDialogs, ProgressOverTheSettingsReportsItsCloseWhenTheyGo)
+{
+    const fakedriver_device device;
+    _sane_api api = device.api();
+    for (const bool scanEnds : {true, false}) {
+        ui_event_callback settingsNotify;
+        ui_event_callback progressNotify;
+        std::atomic<int> closed{0};
+        show_setting_ui(device.handle(), nullptr, &api, "FS-1000", true, [](ui_result) {},
+                        &settingsNotify);
+        QWidget* settings = QApplication::activeModalWidget();
+        show_progress_ui(nullptr, [&](ui_result r) { closed += r == UI_RESULT_CLOSE_NORMAL; },
+                         &progressNotify);
+        const QPointer<QWidget> progress = QApplication::activeModalWidget();
+        ASSERT_TRUE(progress && settings && progress != settings);
+        EXPECT_EQ(progress->parentWidget(), settings);
+
+        settingsNotify(EVENT_SCAN_WORKING, nullptr, 0);
+        progressNotify(EVENT_SCAN_WORKING, nullptr, 0);
+        progressNotify(EVENT_SCAN_FINISHED, nullptr, 0);
+        if (scanEnds)
+            settingsNotify(EVENT_SCAN_FINISHED, nullptr, 0);
+        else
+            close_ui(2);
+        EXPECT_TRUE(waitFor([&] { return closed == 1; })) << (scanEnds ? "scan end" : "close_ui(2)");
+        EXPECT_TRUE(progress.isNull());
+    }
 }
 
 } // namespace
