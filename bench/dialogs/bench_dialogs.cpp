@@ -4,6 +4,8 @@
 // progress dialog absorbs, against empty queued calls ("x_queued_call").
 #include "ZyImgView.h"
 
+#include "bench_support.h"
+
 #include <benchmark/benchmark.h>
 #include <veltwainui/twainui.h>
 
@@ -221,11 +223,5 @@ BENCHMARK(BM_progress_events)->Arg(20000)->UseManualTime()->Iterations(5);
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return velbench::runOffscreen(argc, argv);
 }

@@ -4,6 +4,8 @@
 #include "cutdialog.h"
 #include "widget.h"
 
+#include "bench_support.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -152,13 +154,5 @@ BENCHMARK_TEMPLATE(BM_FillAreaBaseline, 304, 428)->Unit(benchmark::kMicrosecond)
 
 int main(int argc, char** argv)
 {
-    // Measured off screen: no window appears and no compositor takes part.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return velbench::runOffscreen(argc, argv);
 }

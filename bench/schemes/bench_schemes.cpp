@@ -10,8 +10,9 @@
 #include "fakedriver_api.h"
 #include "gb_json.h"
 #include "sane_driver.h"
-#include "temp_dir.h"
 #include "zy_settingdialog.h"
+
+#include "bench_support.h"
 
 #include <benchmark/benchmark.h>
 
@@ -35,12 +36,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double seconds(const std::function<void()>& fn)
-{
-    const auto start = Clock::now();
-    fn();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+using velbench::seconds;
 
 std::string word(SANE_Word value)
 {
@@ -323,14 +319,5 @@ BENCHMARK(BM_panel_delete)->SCHEMES->Iterations(20)->UseManualTime()->Unit(bench
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    const veltest::TempDir home; // configuration files and logs stay out of the user's home
-    ZyBase_SetHomeDir(home.path().c_str());
-    ZyBase_CreateDir(configDir().c_str());
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    ZyBase_SetHomeDir(nullptr);
-    return 0;
+    return velbench::runOffscreen(argc, argv, [] { ZyBase_CreateDir(configDir().c_str()); });
 }

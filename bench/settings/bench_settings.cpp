@@ -13,6 +13,8 @@
 #include "temp_dir.h"
 #include "zy_settingdialog.h"
 
+#include "bench_support.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -36,14 +38,7 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double seconds(const std::function<void()>& fn)
-{
-    const auto start = Clock::now();
-    fn();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+using velbench::seconds;
 
 // ---- the drivers ------------------------------------------------------------
 
@@ -450,13 +445,5 @@ BENCHMARK(BM_cancel_test_backend)->UseManualTime()->Unit(benchmark::kMillisecond
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    const veltest::TempDir home; // the dialog's log stays out of the user's home
-    ZyBase_SetHomeDir(home.path().c_str());
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    ZyBase_SetHomeDir(nullptr);
-    return 0;
+    return velbench::runOffscreen(argc, argv);
 }

@@ -1,9 +1,10 @@
-// One Qt application for the editor tests; the log goes to a private home.
-#include <gtest/gtest.h>
-
+// One Qt application for tests that build widgets directly, drawn offscreen
+// unless a display is given; logs and settings go to a private home.
 #include "temp_dir.h"
 
 #include <ZyBase.h>
+
+#include <gtest/gtest.h>
 
 #include <QApplication>
 
